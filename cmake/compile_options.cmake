@@ -1,0 +1,16 @@
+# Options that every target of Zelkor is compiled with.
+add_library(zelkor_options INTERFACE)
+target_include_directories(zelkor_options INTERFACE ${PROJECT_SOURCE_DIR})
+target_compile_options(zelkor_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Werror
+  # gcc 12 needs this to make a precompiled header that ccache can use.
+  $<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess>)
+if(ZELKOR_SANITIZE)
+  target_compile_options(zelkor_options INTERFACE
+    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer -O1)
+  target_link_options(zelkor_options INTERFACE -fsanitize=address,undefined)
+endif()
+if(ZELKOR_FUZZ)
+  target_compile_options(zelkor_options INTERFACE -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all)
+  target_link_options(zelkor_options INTERFACE -fsanitize=address,undefined)
+endif()

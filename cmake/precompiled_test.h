@@ -1,0 +1,6 @@
+// As precompiled.h, with the test framework.
+#pragma once
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "cmake/precompiled.h"

@@ -1,0 +1,89 @@
+// The items as the program works with them: filling the list, the two filters on the codes, adding items, and the
+// export states chosen in the Edit menu.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "db/database.h"
+#include "db/item_list.h"
+#include "lib/list_rows.h"
+#include "lib/user.h"
+
+namespace zelkor::db {
+
+// Codes separated by blanks. The standard ones come from the command line; the active ones are in force.
+struct Filters {
+  std::string activeSelection;
+  std::string activeExclusion;
+  std::string standardSelection;
+  std::string standardExclusion;
+};
+
+// Which items a fill shows: those with (flags AND mask) = value.
+struct Mask {
+  std::int32_t mask = 0;
+  std::int32_t value = 0;
+};
+inline constexpr Mask kLiveItems{1, 0};
+inline constexpr Mask kAllItems{0, 0};
+inline constexpr Mask kDeletedItems{1, 1};
+
+class Catalogue {
+ public:
+  Catalogue(Database& database, lib::ListRows& rows, lib::User& user);
+
+  // Rebuilds the list, empties the active codes, reports equal memo IDs, selects row 1 and reads its item. More than
+  // kMaxItems records are a run-time error. A user's fill also drops the export states chosen in the Edit menu; a
+  // run's own fill keeps them.
+  enum class FillBy { User, Run };
+  void FillItemList(Mask shown, FillBy by = FillBy::User);
+  // Removes the rows that the active codes do not keep. When none would be left: "Nothing selected!", the full list
+  // again (with the mask of the last fill), and false.
+  bool ApplySelectFilter();
+  // Every distinct code of the items now listed, in the order found.
+  [[nodiscard]] std::vector<std::string> CollectCodes();
+  void ReadCurrentItem();
+
+  // Appends an item with a memo ID of its own; its sync method is that of the item last looked at. Nothing when the
+  // database is full (a message has said so). The list gets a row for it, which becomes the selected one.
+  std::optional<std::int32_t> AddItem(std::string_view description, std::string_view fileName);
+
+  // The export state of a record: the one chosen in the Edit menu, else the record's sync method.
+  void ChooseExportState(std::int32_t recno, std::int32_t state);
+  [[nodiscard]] std::optional<std::int32_t> ChosenExportState(std::int32_t recno) const;
+  void DropExportState(std::int32_t recno);
+  void DropExportStates();
+
+  [[nodiscard]] Filters& ItemFilters() { return filters_; }
+  [[nodiscard]] clsList& ItemList() { return list_; }
+  [[nodiscard]] Database& Data() { return database_; }
+
+ private:
+  Database& database_;
+  clsList list_;
+  lib::User& user_;
+  Filters filters_;
+  Mask shown_ = kLiveItems;
+  std::unordered_map<std::int32_t, std::int32_t> chosenStates_;
+};
+
+// A filter on codes: every selection code as a whole word, no exclusion code at the end of a word. "*" in a code is any
+// run of characters; letters match in either case.
+class CodeFilter {
+ public:
+  // Codes separated by blanks.
+  CodeFilter(std::string_view selection, std::string_view exclusion);
+  // `codes` is the field as stored, padding included.
+  [[nodiscard]] bool Keeps(std::string_view codes) const;
+
+ private:
+  std::vector<std::string> selection_;
+  std::vector<std::string> exclusion_;
+};
+
+}  // namespace zelkor::db

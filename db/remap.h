@@ -1,0 +1,34 @@
+// Drives and directories under other names on other computers: the table of "ReMap.txt".
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "lib/user.h"
+
+namespace zelkor::db {
+
+inline constexpr std::size_t kMaxRemapEntries = 999;
+
+class RemapTable {
+ public:
+  // Reads "ReMap.txt" of `programDir` and appends its entries to those loaded before (on purpose: the first version
+  // stays in force). Creates the file with an explanation when it cannot be opened. A message for each invalid line.
+  // More than kMaxRemapEntries entries are a run-time error.
+  void LoadRemapTable(const std::string& programDir, lib::User& user);
+
+  // One path, or several separated by CR LF, rewritten from the local to the shared form, or the other way round.
+  [[nodiscard]] std::string RemapPath(std::string_view paths, bool toLocal) const;
+
+  [[nodiscard]] std::size_t Count() const { return entries_.size(); }
+
+ private:
+  struct Entry {
+    std::string local;
+    std::string shared;
+  };
+  std::vector<Entry> entries_;
+};
+
+}  // namespace zelkor::db

@@ -1,0 +1,163 @@
+// The door to the file system. Paths are in the program's form; names resolve without regard to case (native_path.h).
+// Errors name the path in the program's form. New files are made with mode 0600 unless said otherwise, and never
+// through a link.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "lib/date.h"
+#include "lib/status.h"
+
+namespace zelkor::lib {
+
+// What the system tells about a file.
+struct FileInfo {
+  std::int64_t size = 0;         // bytes
+  Date created = 0;              // local times to the second
+  Date accessed = 0;
+  Date written = 0;
+  bool directory = false;
+  bool readOnly = false;         // no write bit for its owner
+  std::int64_t changeStamp = 0;  // changes whenever content or times change (nanoseconds of last write and change, mixed)
+  std::uint64_t device = 0;      // device and index together name the file
+  std::uint64_t index = 0;
+};
+
+enum class OpenMode {
+  Read,         // an existing file
+  ReadWrite,    // an existing file, or a new empty one
+  Existing,     // an existing file, for reading and writing
+  CreateNew,    // a new empty file; fails with Exists when the name is taken, also by a link
+  Truncate,     // an existing file emptied, or a new one
+};
+
+// How far a copy came.
+struct CopyOutcome {
+  std::int64_t copied = 0;   // bytes that stand in the destination
+  bool sourceEnded = false;  // the source had fewer bytes than asked for
+  bool readFailed = false;   // `status` tells of the source, not of the destination
+  Status status;
+};
+
+// An open file; closed when the object goes. Positions are absolute, there is no file pointer.
+class File {
+ public:
+  File();
+  ~File();
+  File(File&&) noexcept;
+  File& operator=(File&&) noexcept;
+  File(const File&) = delete;
+  File& operator=(const File&) = delete;
+
+  [[nodiscard]] static Result<File> Open(std::string_view path, OpenMode mode);
+
+  [[nodiscard]] bool IsOpen() const;
+  void Close();
+  // The path it was opened with.
+  [[nodiscard]] const std::string& Path() const;
+
+  // Reads as much as there is: fewer bytes than asked for only at the end of the file.
+  [[nodiscard]] Result<std::size_t> ReadAt(std::int64_t offset, std::span<char> out) const;
+  // Writes all, or fails (some bytes may then have been written).
+  [[nodiscard]] Status WriteAt(std::int64_t offset, std::span<const char> bytes);
+  [[nodiscard]] Status Append(std::span<const char> bytes);
+  [[nodiscard]] Result<std::int64_t> Length() const;
+  [[nodiscard]] Status SetLength(std::int64_t length);
+  // Content and length are on the medium when this returns.
+  [[nodiscard]] Status Flush();
+  [[nodiscard]] Result<FileInfo> Info() const;
+  // Sets creation and last-write time; the access time keeps its value.
+  [[nodiscard]] Status SetTimes(Date created, Date written);
+
+ private:
+  friend class NewFile;
+  friend CopyOutcome CopyRange(const File&, std::int64_t, File&, std::int64_t, std::int64_t);
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+// Copies `count` bytes, by the kernel where it can, in large pieces otherwise.
+[[nodiscard]] CopyOutcome CopyRange(const File& from, std::int64_t fromOffset, File& to, std::int64_t toOffset,
+                                    std::int64_t count);
+
+// A file that takes its name only when it is whole. Until Commit it exists without a name, or where the file system
+// cannot do that under a temporary name in the same directory; when the object goes without Commit it is gone too.
+class NewFile {
+ public:
+  // `path` is the name to take. PathNotFound when its directory does not exist; ReadOnly when a file of that name
+  // exists and its owner may not write it; Exists when the name is a directory's.
+  [[nodiscard]] static Result<NewFile> Create(std::string_view path);
+  NewFile(NewFile&&) noexcept;
+  NewFile& operator=(NewFile&&) noexcept;
+  NewFile(const NewFile&) = delete;
+  NewFile& operator=(const NewFile&) = delete;
+  ~NewFile();
+
+  [[nodiscard]] File& Content();
+  // Takes the name, replacing a file that has it (the new file takes over its mode; a new name gets the mode that the
+  // user's umask gives to new files).
+  [[nodiscard]] Status Replace();
+  // Takes the name unless it is taken: Exists then.
+  [[nodiscard]] Status TakeFreeName();
+
+ private:
+  struct State;
+  explicit NewFile(std::unique_ptr<State> state);
+  std::unique_ptr<State> state_;
+};
+
+[[nodiscard]] Result<FileInfo> GetFileInfo(std::string_view path);
+// The name, trimmed of blanks, is not empty, does not end in "\" and names an existing file (no directory), hidden
+// ones included; any error while looking yields false.
+[[nodiscard]] bool FileExists(std::string_view path);
+[[nodiscard]] bool DirectoryExists(std::string_view path);
+
+// Renames within one directory or file system, replacing a file that has the new name.
+[[nodiscard]] Status RenameFile(std::string_view from, std::string_view to);
+[[nodiscard]] Status DeleteFile(std::string_view path);
+// Deletes a file; every error is ignored. Wildcards are no wildcards here.
+void KillFile(std::string_view path);
+
+// Creates every missing directory of a path X:\…, a trailing "\" being ignored. False when the path is not of that
+// form or a level could not be made.
+bool MakePath(std::string_view path);
+
+// The names in a directory, in byte order. `directory` marks directories; links to directories are marked `link`.
+// A name that the program's form cannot carry is listed with `refused` saying why, its text as far as it can be shown.
+struct DirectoryEntry {
+  std::string name;
+  bool directory = false;
+  bool link = false;
+  Status refused;
+};
+[[nodiscard]] Result<std::vector<DirectoryEntry>> ListDirectory(std::string_view directory);
+
+// The changes made so far to files on the file system of `path` are on the medium when this returns.
+[[nodiscard]] Status FlushFileSystem(std::string_view path);
+// The renames and new names of a directory are on the medium when this returns.
+[[nodiscard]] Status FlushDirectory(std::string_view directory);
+
+// Opens a file without an error: `mode` by its first letter in either case, "b" binary and "r" random access (read and
+// write, created when missing), "i" input (existing), "o" output (emptied or created). Options: 1 shows
+// "Can not open " and the name on failure, 2 deletes the file first. The result is the error number, 0 for success.
+inline constexpr int kShowError = 1;
+inline constexpr int kDeleteFirst = 2;
+class User;
+[[nodiscard]] int OpenFileSafe(std::string_view path, char mode, File& file, int options, User& user);
+
+// Appends the whole content of `source` to `destination`.
+[[nodiscard]] Status CopyFileData(const File& source, File& destination);
+
+// The path of a file that does not exist yet: directory (with "\" appended when missing), prefix ("~" when empty), a
+// counter from 00 on, ".", extension ("tmp" when empty). The file is not created.
+[[nodiscard]] std::string TempFileName(std::string_view directory, std::string_view prefix, std::string_view extension);
+
+// Reads a whole small file of at most `limit` bytes; Damaged when it is longer.
+[[nodiscard]] Result<std::string> ReadSmallFile(std::string_view path, std::int64_t limit);
+
+}  // namespace zelkor::lib

@@ -1,0 +1,33 @@
+// Paths in the program's form: drive letter, colon, backslashes (C:\dir\name), on every system. Only lib's system
+// folders turn them into native paths and back.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "lib/status.h"
+
+namespace zelkor::lib {
+
+// `remove` false: "\" appended unless the path already ends in one. True: one trailing "\" removed if there is one.
+[[nodiscard]] std::string SlashPath(std::string_view path, bool remove = false);
+// The text after the last "\" or ":"; the whole text when there is neither.
+[[nodiscard]] std::string FileNamePart(std::string_view path);
+// The text before FileNamePart: the directory with its final "\" (or the drive and its ":"); empty when there is none.
+[[nodiscard]] std::string DirectoryPart(std::string_view path);
+// The text after the first "." of the name part; empty when there is no ".".
+[[nodiscard]] std::string FileExtension(std::string_view fileName);
+// The text before the first "."; the whole name when there is none. Takes a name part, not a path.
+[[nodiscard]] std::string FileBaseName(std::string_view name);
+
+// True for X:\…, X any letter.
+[[nodiscard]] bool IsDrivePath(std::string_view path);
+
+// Whether the form can carry `name`, one component of a path: refused with a message that says which name and why for
+// an empty name, backslash, colon, *, ?, ", control characters, and a blank at either end.
+[[nodiscard]] Status CheckName(std::string_view name);
+// Whether a path that came with a sync file may be written to or read: X:\… only, every component as CheckName wants
+// it, neither "." nor "..", no name of a device (con, nul, com1 … with or without an extension).
+[[nodiscard]] Status CheckReceivedPath(std::string_view path);
+
+}  // namespace zelkor::lib

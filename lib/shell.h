@@ -1,0 +1,18 @@
+// Documents and web pages opened by the programs that the system associates with them.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace zelkor::lib {
+
+enum class ShowMode { Normal = 1, Minimised = 2 };
+
+// Asks the system to open a document (a path in the program's form) or an address; the result is not examined.
+void ShellOpen(std::string_view document, ShowMode mode = ShowMode::Normal);
+// Opens a web address in the default browser; "http://" is put in front unless the address begins with exactly that.
+void OpenWebPage(std::string_view address);
+// The address that OpenWebPage opens.
+[[nodiscard]] std::string WebAddress(std::string_view address);
+
+}  // namespace zelkor::lib
