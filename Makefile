@@ -1,5 +1,71 @@
-# The commands of the project; cmake does the work.
-.PHONY: run test build bench demo deps format tidy fuzz clean
+# The commands of the project; cmake does the work. Each installs what it needs from Debian's packages first.
+
+JOBS ?= $(shell nproc)
+# Seconds that each fuzz target runs.
+FUZZ_SECONDS ?= 60
+
+SOURCES = $(shell git ls-files '*.cpp' '*.h' '*.c')
+
+.DEFAULT_GOAL := help
+.PHONY: help run test build bench demo deps format format-check tidy fuzz clean
+
+help:
+	@echo "make run           the program: for now the demo, two computers kept in step"
+	@echo "make test          all tests, optimised and under the sanitizers"
+	@echo "make build         the program as build/zelkor"
+	@echo "make demo          two computers on this machine; KEEP=1 leaves their folders"
+	@echo "make bench         speed beside tar, cp, rsync and unison; writes docs/performance.md"
+	@echo "make fuzz          each fuzz target for FUZZ_SECONDS=$(FUZZ_SECONDS) seconds"
+	@echo "make tidy          clang-tidy over all sources"
+	@echo "make format        clang-format over all sources; format-check only looks"
+	@echo "make deps          everything that the commands above need"
+	@echo "make clean         removes build/"
+
+# The windows are not part of this release, so a display makes no difference yet.
+run:
+	@[ -z "$$DISPLAY$$WAYLAND_DISPLAY" ] || echo "The main window is not part of this release; here is the demo."
+	@$(MAKE) --no-print-directory demo
 
 build:
-	cmake --preset release >/dev/null && cmake --build --preset release
+	@cmake/deps.sh build
+	@cmake --preset release >/dev/null
+	@cmake --build --preset release -j $(JOBS) --target zelkor
+	@ln -f build/release/app/zelkor build/zelkor
+	@echo "build/zelkor is ready."
+
+test:
+	@cmake/deps.sh test
+	@cmake/test.sh $(JOBS)
+
+demo: build
+	@cmake --build --preset release -j $(JOBS) --target zelkor_seed
+	@demo/demo.sh $(if $(KEEP),--keep) build/zelkor build/release/demo/zelkor_seed
+
+bench: build
+	@cmake/deps.sh bench
+	@cmake --build --preset release -j $(JOBS) --target zelkor_seed floor
+	@python3 bench/bench.py --build build/release --report docs/performance.md
+
+deps:
+	@cmake/deps.sh build test demo bench tidy format fuzz
+
+format:
+	@cmake/deps.sh format
+	@clang-format -i $(SOURCES)
+
+format-check:
+	@cmake/deps.sh format
+	@clang-format --dry-run -Werror $(SOURCES)
+
+# clang cannot read the headers that gcc precompiled, so this build folder goes without them.
+tidy:
+	@cmake/deps.sh tidy
+	@cmake -S . -B build/tidy -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON >/dev/null
+	@cmake/tidy.sh build/tidy $(JOBS)
+
+fuzz:
+	@cmake/deps.sh fuzz
+	@cmake/fuzz.sh $(JOBS) $(FUZZ_SECONDS)
+
+clean:
+	@rm -rf build

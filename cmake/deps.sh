@@ -1,0 +1,54 @@
+#!/bin/sh
+# Installs what is missing of Debian's packages for one or more jobs: deps.sh build test tidy format bench demo fuzz.
+# Says nothing and takes no time when everything is there. Never asks a question.
+set -eu
+
+packages=""
+for job in "$@"; do
+  case $job in
+    build | demo) packages="$packages cmake ninja-build g++ ccache libgtest-dev libgmock-dev" ;;
+    test | bench)
+      # tar, cp and sync are essential packages; mount and mkfs.ext4 are used only when root runs the benchmarks.
+      packages="$packages cmake ninja-build g++ gcc ccache libgtest-dev libgmock-dev python3 rsync unison"
+      [ "$job" = test ] || packages="$packages e2fsprogs mount"
+      ;;
+    tidy) packages="$packages cmake ninja-build g++ libgtest-dev libgmock-dev clang-tidy python3" ;;
+    format) packages="$packages clang-format" ;;
+    fuzz) packages="$packages cmake ninja-build clang libclang-rt-14-dev g++ libgtest-dev libgmock-dev" ;;
+    *)
+      echo "deps.sh: unknown job: $job" >&2
+      exit 2
+      ;;
+  esac
+done
+
+if ! command -v dpkg-query >/dev/null; then
+  echo "This is not Debian (no dpkg-query): these packages or their like are needed:$packages" >&2
+  exit 0
+fi
+
+missing=""
+for package in $packages; do
+  case " $missing " in *" $package "*) continue ;; esac
+  state=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null || true)
+  [ "$state" = installed ] || missing="$missing $package"
+done
+[ -n "$missing" ] || exit 0
+
+if [ "$(id -u)" -eq 0 ]; then
+  as_root=""
+elif command -v sudo >/dev/null; then
+  as_root="sudo"
+else
+  echo "These Debian packages are missing, and neither root nor sudo is here to install them:" >&2
+  echo " $missing" >&2
+  echo "As root:  apt-get install -y --no-install-recommends$missing" >&2
+  exit 1
+fi
+
+echo "Installing:$missing"
+# shellcheck disable=SC2086  # the lists are meant to be split
+{
+  $as_root env DEBIAN_FRONTEND=noninteractive apt-get -q update
+  $as_root env DEBIAN_FRONTEND=noninteractive apt-get -q install -y --no-install-recommends $missing
+}
