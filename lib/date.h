@@ -1,7 +1,8 @@
 // Dates: 64-bit floating-point day counts from 30 December 1899, the fraction being the time of day; local time; 0
 // means never. Before that day the fraction still counts forward from midnight (-1.25 is 29 December 1899, 6:00).
 //
-// Dates are compared to the second: by DateToSeconds, or by < on dates that SecondsToDate made.
+// Dates are compared to the second: by DateToSeconds, or, from 30 December 1899 on, by < on dates that SecondsToDate
+// made.
 #pragma once
 
 #include <cstdint>
@@ -19,7 +20,7 @@ inline constexpr std::int64_t kUnixEpoch = 25569 * kSecondsPerDay;
 // False for a value that is no date: not finite, or outside the years 100 to 9999.
 [[nodiscard]] bool IsDate(Date date);
 
-// Whole seconds since 30 December 1899 0:00, rounded to the nearest. A value that is no date gives 0.
+// Whole seconds since 30 December 1899 0:00, rounded to the nearest. A value that is no date gives 0, both ways.
 [[nodiscard]] std::int64_t DateToSeconds(Date date);
 [[nodiscard]] Date SecondsToDate(std::int64_t seconds);
 

@@ -1,0 +1,101 @@
+#include "lib/paths.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+
+#include "lib/text.h"
+
+namespace zelkor::lib {
+namespace {
+
+bool IsAsciiLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+
+std::size_t NameStart(std::string_view path) {
+  const std::size_t separator = path.find_last_of("\\:");
+  return separator == std::string_view::npos ? 0 : separator + 1;
+}
+
+// Names that Windows keeps for devices, in every directory and with any extension. Source: Microsoft's "Naming Files,
+// Paths, and Namespaces"; the superscript digits 1 to 3 of Windows-1252 count as digits there.
+bool IsDeviceName(std::string_view name) {
+  const std::string_view base = Trim(name.substr(0, name.find('.')));
+  constexpr auto kDevices =
+      std::to_array<std::string_view>({"con", "prn", "aux", "nul", "conin$", "conout$", "clock$"});
+  if (std::any_of(kDevices.begin(), kDevices.end(), [&](std::string_view d) { return EqualNoCase(base, d); })) {
+    return true;
+  }
+  constexpr std::string_view kPorts = "123456789\xB9\xB2\xB3";
+  return base.size() == 4 && (BeginsWithNoCase(base, "com") || BeginsWithNoCase(base, "lpt")) &&
+         kPorts.find(base[3]) != std::string_view::npos;
+}
+
+// Control characters as "?", so that a message stays one line.
+std::string Shown(std::string_view name) {
+  std::string text(name);
+  std::replace_if(
+      text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 32 || c == 127; }, '?');
+  return text;
+}
+
+Status RefusedName(std::string_view name, const std::string& why) {
+  return {Cause::Refused, "The name \"" + Shown(name) + "\" can not be used: " + why};
+}
+
+}  // namespace
+
+std::string SlashPath(std::string_view path, bool remove) {
+  const bool slash = !path.empty() && path.back() == '\\';
+  if (remove) return std::string(slash ? path.substr(0, path.size() - 1) : path);
+  std::string result(path);
+  if (!slash) result += '\\';
+  return result;
+}
+
+std::string FileNamePart(std::string_view path) { return std::string(path.substr(NameStart(path))); }
+
+std::string DirectoryPart(std::string_view path) { return std::string(path.substr(0, NameStart(path))); }
+
+std::string FileExtension(std::string_view fileName) {
+  const std::string_view name = fileName.substr(NameStart(fileName));
+  const std::size_t dot = name.find('.');
+  return dot == std::string_view::npos ? std::string() : std::string(name.substr(dot + 1));
+}
+
+std::string FileBaseName(std::string_view name) { return std::string(name.substr(0, name.find('.'))); }
+
+bool IsDrivePath(std::string_view path) {
+  return path.size() >= 3 && IsAsciiLetter(path[0]) && path[1] == ':' && path[2] == '\\';
+}
+
+Status CheckName(std::string_view name) {
+  if (name.empty()) return {Cause::Refused, "A name in the path is empty"};
+  for (const char c : name) {
+    if (static_cast<unsigned char>(c) < 32 || c == 127) return RefusedName(name, "it holds a control character");
+    // The slash ends a name on systems where native paths are cut at it.
+    if (std::string_view("\\/:*?\"").find(c) != std::string_view::npos) {
+      return RefusedName(name, std::string("it holds the character ") + c);
+    }
+  }
+  if (name.front() == ' ' || name.back() == ' ') return RefusedName(name, "it begins or ends with a blank");
+  return {};
+}
+
+Status CheckReceivedPath(std::string_view path) {
+  if (!IsDrivePath(path)) {
+    return {Cause::Refused, "The path \"" + Shown(path) + "\" does not begin with a drive and a backslash"};
+  }
+  std::string_view rest = path.substr(3);
+  for (;;) {
+    const std::size_t end = rest.find('\\');
+    const std::string_view name = rest.substr(0, end);
+    if (Status status = CheckName(name); !status.Ok()) return status;
+    if (name.find_first_not_of('.') == std::string_view::npos)
+      return RefusedName(name, "it leads out of its directory");
+    if (IsDeviceName(name)) return RefusedName(name, "it is the name of a device");
+    if (end == std::string_view::npos) return {};
+    rest.remove_prefix(end + 1);
+  }
+}
+
+}  // namespace zelkor::lib
