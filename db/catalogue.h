@@ -3,7 +3,9 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
+#include <random>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -43,7 +45,7 @@ class Catalogue {
   enum class FillBy { User, Run };
   void FillItemList(Mask shown, FillBy by = FillBy::User);
   // Removes the rows that the active codes do not keep. When none would be left: "Nothing selected!", the full list
-  // again (with the mask of the last fill), and false.
+  // again (as the last fill made it), and false.
   bool ApplySelectFilter();
   // Every distinct code of the items now listed, in the order found.
   [[nodiscard]] std::vector<std::string> CollectCodes();
@@ -64,26 +66,23 @@ class Catalogue {
   [[nodiscard]] Database& Data() { return database_; }
 
  private:
+  [[nodiscard]] std::vector<bool> ListedRecords();
+  [[nodiscard]] lib::Date DateOf(const FileRec& item);
+  void SelectFirstRow();
+
   Database& database_;
   clsList list_;
   lib::User& user_;
   Filters filters_;
   Mask shown_ = kLiveItems;
+  FillBy filledBy_ = FillBy::User;
   std::unordered_map<std::int32_t, std::int32_t> chosenStates_;
+  std::mt19937_64 random_;
 };
 
-// A filter on codes: every selection code as a whole word, no exclusion code at the end of a word. "*" in a code is any
-// run of characters; letters match in either case.
-class CodeFilter {
- public:
-  // Codes separated by blanks.
-  CodeFilter(std::string_view selection, std::string_view exclusion);
-  // `codes` is the field as stored, padding included.
-  [[nodiscard]] bool Keeps(std::string_view codes) const;
-
- private:
-  std::vector<std::string> selection_;
-  std::vector<std::string> exclusion_;
-};
+// A memo ID from `random`, which gives numbers from 0 up to but not including 1; drawn again while it is out of range
+// or taken.
+[[nodiscard]] std::int32_t DrawMemoId(const std::function<double()>& random,
+                                      const std::function<bool(std::int32_t)>& taken);
 
 }  // namespace zelkor::db

@@ -5,10 +5,10 @@
 #include <cstdint>
 #include <functional>
 #include <string>
-#include <unordered_map>
 
 #include "db/config_rec.h"
 #include "db/file_rec.h"
+#include "db/memo_index.h"
 #include "lib/files.h"
 #include "lib/user.h"
 
@@ -54,6 +54,19 @@ class Database {
   [[nodiscard]] const std::string& ProgramDir() const { return programDir_; }
 
  private:
+  [[nodiscard]] std::string InProgramDir(const char* name) const;
+  [[nodiscard]] Opened Refuse(const std::string& what, const std::string& advice);
+  [[nodiscard]] lib::Status OpenFiles();
+  [[nodiscard]] lib::Status LoadConfig();
+  [[nodiscard]] lib::Status SaveConfig();
+
+  // The steps of OpenDatabase that follow from the version found.
+  [[nodiscard]] Opened BringUpToDate();
+  [[nodiscard]] Opened ConvertDatabase();
+  [[nodiscard]] Opened FinishConversion();
+  [[nodiscard]] lib::Status RenewConfig();
+  [[nodiscard]] Opened CountRecords();
+
   std::string programDir_;
   lib::User& user_;
   lib::File configFile_;
@@ -61,7 +74,7 @@ class Database {
   ConfigRec config_;
   FileRec item_;
   std::int32_t recordCount_ = 0;
-  std::unordered_map<std::int32_t, std::int32_t> recnoByMemoId_;
+  MemoIndex memoIndex_;
 };
 
 }  // namespace zelkor::db

@@ -32,9 +32,9 @@ struct FileRec : lib::Record<1024> {
   static constexpr lib::Field kMemoId{"memo ID", 748, 4, Type::Int32};
   static constexpr lib::Field kSyncTo{"sync to", 752, 2, Type::Int16};
   static constexpr lib::Field kReserved{"reserved 3", 754, 270, Type::Text};
-  static constexpr std::array kTable{kFileName, kDescription, kImportSource, kFlags, kFileDataLength,
-                                     kFileCount, kImportDate, kSignature,    kSyncMethod, kCodes,
-                                     kMemoId,   kSyncTo,      kReserved};
+  static constexpr std::array kTable{kFileName,  kDescription, kImportSource, kFlags,      kFileDataLength,
+                                     kFileCount, kImportDate,  kSignature,    kSyncMethod, kCodes,
+                                     kMemoId,    kSyncTo,      kReserved};
 
   [[nodiscard]] bool Deleted() const { return (Number(kFlags) & kItemDeleted) != 0; }
   [[nodiscard]] bool HasSignature() const { return lib::EqualNoCase(RawText(kSignature), kItemSignature); }
@@ -58,9 +58,9 @@ struct OldFileRec : lib::Record<512> {
   static constexpr lib::Field kMemoId{"memo ID", 384, 4, Type::Int32};
   static constexpr lib::Field kSyncTo{"sync to", 388, 2, Type::Int16};
   static constexpr lib::Field kReserved{"reserved", 390, 122, Type::Text};  // not carried over
-  static constexpr std::array kTable{kFileName, kDescription, kImportSource, kFlags,  kReserved1,
-                                     kReserved2, kImportDate, kOldField,     kSignature, kSyncMethod,
-                                     kCodes,    kMemoId,      kSyncTo,       kReserved};
+  static constexpr std::array kTable{kFileName,  kDescription, kImportSource, kFlags,     kReserved1,
+                                     kReserved2, kImportDate,  kOldField,     kSignature, kSyncMethod,
+                                     kCodes,     kMemoId,      kSyncTo,       kReserved};
 };
 static_assert(lib::Packed(OldFileRec::kTable, OldFileRec::kBytes));
 

@@ -14,8 +14,8 @@ inline constexpr std::size_t kMaxRemapEntries = 999;
 class RemapTable {
  public:
   // Reads "ReMap.txt" of `programDir` and appends its entries to those loaded before (on purpose: the first version
-  // stays in force). Creates the file with an explanation when it cannot be opened. A message for each invalid line.
-  // More than kMaxRemapEntries entries are a run-time error.
+  // stays in force). Creates the file with an explanation when it is missing. A message for each of the first invalid
+  // lines, and one for the rest. More than kMaxRemapEntries entries are a run-time error.
   void LoadRemapTable(const std::string& programDir, lib::User& user);
 
   // One path, or several separated by CR LF, rewritten from the local to the shared form, or the other way round.
@@ -24,9 +24,13 @@ class RemapTable {
   [[nodiscard]] std::size_t Count() const { return entries_.size(); }
 
  private:
+  struct Form {
+    std::string path;
+    std::string lower;  // the same in lower case
+  };
   struct Entry {
-    std::string local;
-    std::string shared;
+    Form local;
+    Form shared;
   };
   std::vector<Entry> entries_;
 };

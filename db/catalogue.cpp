@@ -1,0 +1,186 @@
+#include "db/catalogue.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <limits>
+#include <unordered_set>
+#include <utility>
+
+#include "db/code_filter.h"
+#include "db/equal_memo_ids.h"
+#include "lib/code_page.h"
+#include "lib/file_times.h"
+#include "lib/run_time_error.h"
+#include "lib/selection.h"
+#include "lib/text.h"
+
+namespace zelkor::db {
+namespace {
+
+std::mt19937_64 SeededGenerator() {
+  // The clock alone would draw the same IDs on two computers that make an item at the same moment.
+  std::random_device entropy;
+  const auto now = static_cast<std::uint64_t>(std::chrono::system_clock::now().time_since_epoch().count());
+  std::seed_seq seed{static_cast<std::uint32_t>(now),
+                     static_cast<std::uint32_t>(now >> 32),
+                     entropy(),
+                     entropy(),
+                     entropy(),
+                     entropy()};
+  return std::mt19937_64(seed);
+}
+
+}  // namespace
+
+std::int32_t DrawMemoId(const std::function<double()>& random, const std::function<bool(std::int32_t)>& taken) {
+  constexpr double kRange = 2147483648.0;
+  for (;;) {
+    // Rounding can reach the end of the range, which does not fit the field.
+    const auto drawn = std::llround(random() * kRange);
+    if (drawn > std::numeric_limits<std::int32_t>::max()) continue;
+    const auto memoId = static_cast<std::int32_t>(drawn);
+    if (!taken(memoId)) return memoId;
+  }
+}
+
+Catalogue::Catalogue(Database& database, lib::ListRows& rows, lib::User& user)
+    : database_(database), list_(rows), user_(user), random_(SeededGenerator()) {}
+
+// What the date column shows of an item: when its first file was last written.
+lib::Date Catalogue::DateOf(const FileRec& item) {
+  if (!list_.Rows().WantsDates()) return 0;
+  const std::string file = lib::FirstSelectedFile(item.Text(FileRec::kFileName));
+  return file.empty() ? 0 : lib::GetFileDate(file, lib::FileTime::Written);
+}
+
+void Catalogue::SelectFirstRow() {
+  if (list_.Count() == 0) return;
+  list_.SetRow(1);
+  ReadCurrentItem();
+}
+
+void Catalogue::FillItemList(Mask shown, FillBy by) {
+  filters_.activeSelection.clear();
+  filters_.activeExclusion.clear();
+  shown_ = shown;
+  filledBy_ = by;
+  if (by == FillBy::User) DropExportStates();
+  list_.Rows().Clear();
+  user_.PendingEvents();
+
+  const std::int32_t records = database_.RecordCount();
+  if (records > kMaxItems) lib::SubscriptOutOfRange("more than 9999 items");
+  EqualMemoIds equal(records);
+  const bool looksAtFiles = list_.Rows().WantsDates();
+  database_.ForEachItem([&](std::int32_t recno, const FileRec& item) {
+    equal.Add(recno, item.Number(FileRec::kMemoId));
+    if ((item.Number(FileRec::kFlags) & shown.mask) != shown.value) return;
+    list_.Add(item.Text(FileRec::kDescription), recno, DateOf(item));
+    if (looksAtFiles && recno % 64 == 0) user_.PendingEvents();  // the files may be on a slow drive
+  });
+  equal.Report(user_);
+  SelectFirstRow();
+}
+
+// Which records have a row, by record number.
+std::vector<bool> Catalogue::ListedRecords() {
+  std::vector<bool> listed(static_cast<std::size_t>(database_.RecordCount()) + 1);
+  for (int row = 1; row <= list_.Count(); ++row) listed.at(static_cast<std::size_t>(list_.FileRec(row))) = true;
+  return listed;
+}
+
+bool Catalogue::ApplySelectFilter() {
+  const int count = list_.Count();
+  if (count == 0) return true;
+  const CodeFilter filter(filters_.activeSelection, filters_.activeExclusion);
+  std::vector<bool> kept = ListedRecords();
+  database_.ForEachItem([&](std::int32_t recno, const FileRec& item) {
+    const auto index = static_cast<std::size_t>(recno);
+    kept[index] = kept[index] && filter.Keeps(item.RawText(FileRec::kCodes));
+  });
+
+  std::vector<bool> keep(static_cast<std::size_t>(count));
+  bool any = false;
+  for (int row = 1; row <= count; ++row) {
+    const bool keeps = kept[static_cast<std::size_t>(list_.FileRec(row))];
+    keep[static_cast<std::size_t>(row) - 1] = keeps;
+    any = any || keeps;
+  }
+  user_.PendingEvents();
+  if (!any) {
+    user_.Message("Nothing selected!", lib::Icon::Exclamation);
+    FillItemList(shown_, filledBy_);
+    return false;
+  }
+  list_.Rows().Keep(keep);
+  SelectFirstRow();
+  return true;
+}
+
+std::vector<std::string> Catalogue::CollectCodes() {
+  const std::vector<bool> listed = ListedRecords();
+  std::vector<std::string> codesOf(listed.size());
+  database_.ForEachItem([&](std::int32_t recno, const FileRec& item) {
+    const auto index = static_cast<std::size_t>(recno);
+    if (listed[index]) codesOf[index] = item.Text(FileRec::kCodes);
+  });
+
+  std::vector<std::string> codes;
+  std::unordered_set<std::string> known;
+  for (int row = 1; row <= list_.Count(); ++row) {
+    std::string_view rest = codesOf[static_cast<std::size_t>(list_.FileRec(row))];
+    while (!rest.empty()) {
+      const std::size_t end = std::min(rest.find(' '), rest.size());
+      const std::string_view code = rest.substr(0, end);
+      if (!code.empty() && known.insert(lib::Lower(code)).second) codes.emplace_back(code);
+      rest.remove_prefix(std::min(end + 1, rest.size()));
+    }
+  }
+  return codes;
+}
+
+void Catalogue::ReadCurrentItem() { database_.ReadItem(list_.FileRec(list_.Row())); }
+
+std::optional<std::int32_t> Catalogue::AddItem(std::string_view description, std::string_view fileName) {
+  if (database_.RecordCount() >= kMaxItems) {
+    user_.Message("The database is full: it holds " + std::to_string(kMaxItems) +
+                      " items.\r\nFile/Optimize removes the deleted ones.",
+                  lib::Icon::Critical);
+    return std::nullopt;
+  }
+  const std::int32_t recno = database_.AppendRecNo();
+  std::uniform_real_distribution<double> uniform(0.0, 1.0);
+  FileRec& item = database_.Item();
+  item.SetText(FileRec::kFileName, lib::NormaliseSelection(fileName));
+  item.SetText(FileRec::kDescription, description);
+  item.SetText(FileRec::kImportSource, {});
+  item.SetNumber(FileRec::kFlags, 0);
+  item.SetDate(FileRec::kImportDate, 0);
+  item.SetText(FileRec::kCodes, {});
+  item.SetNumber(FileRec::kSyncTo, static_cast<std::int32_t>(SyncTo::AllButExcluded));
+  item.SetNumber(FileRec::kMemoId,
+                 DrawMemoId([&] { return uniform(random_); },
+                            [this](std::int32_t memoId) { return database_.FindMemoId(memoId) != 0; }));
+  // Sync method, signature and the rest keep what the buffer holds, on purpose: a new item takes the sync method of
+  // the item last looked at.
+  database_.WriteItem(recno);
+
+  list_.Add(item.Text(FileRec::kDescription), recno, DateOf(item));
+  list_.SetRow(list_.Count());
+  return recno;
+}
+
+void Catalogue::ChooseExportState(std::int32_t recno, std::int32_t state) { chosenStates_[recno] = state; }
+
+std::optional<std::int32_t> Catalogue::ChosenExportState(std::int32_t recno) const {
+  const auto found = chosenStates_.find(recno);
+  if (found == chosenStates_.end()) return std::nullopt;
+  return found->second;
+}
+
+void Catalogue::DropExportState(std::int32_t recno) { chosenStates_.erase(recno); }
+
+void Catalogue::DropExportStates() { chosenStates_.clear(); }
+
+}  // namespace zelkor::db
