@@ -37,6 +37,11 @@ namespace zelkor::lib {
 // The directory of Zelkor's own files, with a final backslash; made when missing. The same in native form.
 [[nodiscard]] Result<std::string> FindProgramDir();
 
+// The running program's own file, in the program's form.
+[[nodiscard]] Result<std::string> ExecutablePath();
+// Makes a directory the current one of the process.
+[[nodiscard]] Status EnterDirectory(std::string_view directory);
+
 // True when the path is on a medium that can be taken out: drive a or b, or a device that the system says is removable.
 [[nodiscard]] bool IsRemovable(std::string_view path);
 

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <limits>
 
+#include "lib/native_path.h"
 #include "lib/run_time_error.h"
 #include "lib/settings_file.h"
 #include "lib/text.h"
@@ -58,5 +59,7 @@ std::string FormatIniNumber(double value) {
       std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::fixed);
   return {buffer.data(), end};
 }
+
+Result<std::string> SettingsPath() { return FromNative(NativeSettingsPath()); }
 
 }  // namespace zelkor::lib

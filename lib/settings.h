@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "lib/status.h"
+
 namespace zelkor::lib {
 
 // At most 63 characters; a longer value is cut.
@@ -17,6 +19,9 @@ namespace zelkor::lib {
 [[nodiscard]] std::int32_t GetIniNumber(std::string_view section, std::string_view key, double defaultValue);
 void PutIniValue(std::string_view section, std::string_view key, std::string_view value);
 void PutIniValue(std::string_view section, std::string_view key, std::int32_t value);
+
+// The settings file itself, in the program's form.
+[[nodiscard]] Result<std::string> SettingsPath();
 
 // A native path kept in the settings: whole, as the bytes stand there; empty when missing.
 [[nodiscard]] std::string GetIniPath(std::string_view section, std::string_view key);

@@ -8,6 +8,9 @@
 
 namespace zelkor::lib {
 
+// Where the file is, or would be made.
+[[nodiscard]] std::string NativeSettingsPath();
+
 // The value as it stands in the file, of any length. Nothing when there is none, or no file that can be read.
 [[nodiscard]] std::optional<std::string> ReadSetting(std::string_view section, std::string_view key);
 // A failure changes nothing and is not reported.

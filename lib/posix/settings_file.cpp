@@ -21,7 +21,7 @@ namespace {
 // No settings file is that long: what is longer is something else, and is left alone.
 constexpr std::size_t kMaxFileBytes = std::size_t{1} << 20;
 
-constexpr mode_t kDirectoryMode = 0700;  // as the XDG Base Directory Specification asks
+constexpr mode_t kDirectoryMode = 0700;  // as the XDG base directories ask
 
 // A file descriptor; closed when the object goes.
 class Descriptor {
@@ -49,13 +49,6 @@ std::string HomeDirectory() {
   if (std::string home = Environment("HOME"); !home.empty()) return home;
   const passwd* user = getpwuid(getuid());
   return user == nullptr ? "/" : user->pw_dir;
-}
-
-// XDG_CONFIG_HOME counts only when it is absolute, as its specification says.
-std::string SettingsPath() {
-  std::string directory = Environment("XDG_CONFIG_HOME");
-  if (directory.empty() || directory.front() != '/') directory = HomeDirectory() + "/.config";
-  return directory + "/orlim.ini";
 }
 
 std::string DirectoryOf(const std::string& path) {
@@ -148,12 +141,19 @@ void LockForAMoment(int directory) {
 
 }  // namespace
 
+// XDG_CONFIG_HOME counts only when it is absolute, as its definition says.
+std::string NativeSettingsPath() {
+  std::string directory = Environment("XDG_CONFIG_HOME");
+  if (directory.empty() || directory.front() != '/') directory = HomeDirectory() + "/.config";
+  return directory + "/orlim.ini";
+}
+
 std::optional<std::string> ReadSetting(std::string_view section, std::string_view key) {
-  return IniValue(ReadFileText(SettingsPath()).text, section, key);
+  return IniValue(ReadFileText(NativeSettingsPath()).text, section, key);
 }
 
 void WriteSetting(std::string_view section, std::string_view key, std::string_view value) {
-  const std::optional<std::string> path = BehindLinks(SettingsPath());
+  const std::optional<std::string> path = BehindLinks(NativeSettingsPath());
   if (!path) return;
   const std::string directoryPath = DirectoryOf(*path);
   MakeDirectories(directoryPath);
@@ -167,7 +167,7 @@ void WriteSetting(std::string_view section, std::string_view key, std::string_vi
 }
 
 std::vector<std::string> ReadSettingKeys(std::string_view section) {
-  return IniSectionKeys(ReadFileText(SettingsPath()).text, section);
+  return IniSectionKeys(ReadFileText(NativeSettingsPath()).text, section);
 }
 
 }  // namespace zelkor::lib

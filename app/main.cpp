@@ -1,0 +1,62 @@
+// Zelkor: the program's entry. Nothing but the run-time errors that nobody catches is handled here.
+
+#include <exception>
+#include <string>
+#include <vector>
+
+#include "app/console_user.h"
+#include "app/startup.h"
+#include "lib/format.h"
+#include "lib/terminal.h"
+#include "lib/version.h"
+#include "sync/damaged.h"
+#include "sync/synchronize.h"
+
+namespace {
+
+constexpr const char* kHelp =
+    "Usage: zelkor [WORD]...\n"
+    "Keeps a catalogue of files, and the files, in step with other computers.\n"
+    "\n"
+    "  /syncexp:TARGET:\"PLACE\"  export to a target and end\n"
+    "  /syncimp:TARGET:\"PLACE\"  import from a target and end\n"
+    "                           TARGET is a computer ID. PLACE is a folder, on import also one sync\n"
+    "                           file; \"\" stands for the target's own folder.\n"
+    "  /select:CODE,...         only items that carry all of these codes\n"
+    "  /exclude:CODE,...        no items that carry one of these codes\n"
+    "  --help                   this text\n"
+    "  --version                the version\n"
+    "\n"
+    "Words are taken in order; a synchronisation ends the program. Quote the word for the shell:\n"
+    "  zelkor '/syncexp:laptop:\"/media/stick\"'\n"
+    "\n"
+    "Exit status: 0 done; 1 the run failed, was refused or cancelled; 2 nothing was done;\n"
+    "3 a damaged sync file.\n";
+
+std::string Version() {
+  return "Zelkor " + zelkor::lib::FormatTwoDecimals(zelkor::lib::kProgramVersion / 100.0) + "\n";
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
+  for (const std::string& argument : arguments) {
+    if (argument == "--help" || argument == "--version") {
+      zelkor::lib::WriteToStandardOutput(argument == "--help" ? kHelp : Version());
+      return zelkor::sync::kStatusDone;
+    }
+  }
+  zelkor::lib::UseLocaleOfEnvironment();
+  zelkor::lib::WatchForInterrupt();
+  zelkor::app::ConsoleUser user;
+  try {
+    return zelkor::app::Main(arguments, user);
+  } catch (const zelkor::sync::DamagedSyncFile& damaged) {
+    user.Message(damaged.what(), zelkor::lib::Icon::Critical);
+    return zelkor::sync::kStatusDamaged;
+  } catch (const std::exception& error) {
+    user.Message(error.what(), zelkor::lib::Icon::Critical);
+    return zelkor::sync::kStatusFailed;
+  }
+}

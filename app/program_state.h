@@ -1,0 +1,46 @@
+// Everything that lives for the whole run.
+#pragma once
+
+#include <string>
+
+#include "db/catalogue.h"
+#include "db/database.h"
+#include "db/memory_rows.h"
+#include "db/remap.h"
+#include "lib/user.h"
+#include "net/targets.h"
+#include "sync/context.h"
+#include "sync/sync_log.h"
+
+namespace zelkor::app {
+
+// Built by `main`, handed to whoever needs a part of it.
+struct ProgramState {
+  // `programDir` ends in a backslash.
+  ProgramState(lib::User& user, const std::string& programDir)
+      : user(user),
+        ProgramDir(programDir),
+        database(programDir, user),
+        catalogue(database, rows, user),
+        targets(database, user),
+        log(programDir, user),
+        synchronisation{.catalogue = catalogue,
+                        .targets = targets,
+                        .remap = remap,
+                        .log = log,
+                        .user = user,
+                        .computerId = computerId} {}
+
+  lib::User& user;
+  const std::string ProgramDir;
+  std::string computerId;
+  db::MemoryRows rows;
+  db::Database database;
+  db::RemapTable remap;
+  db::Catalogue catalogue;
+  net::Targets targets;
+  sync::SyncLog log;
+  sync::Context synchronisation;
+};
+
+}  // namespace zelkor::app

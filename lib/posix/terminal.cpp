@@ -1,0 +1,81 @@
+#include "lib/terminal.h"
+
+#include <cerrno>
+#include <csignal>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace zelkor::lib {
+
+namespace {
+
+volatile std::sig_atomic_t interrupts = 0;  // NOLINT(cppcoreguidelines-avoid-non-const-global-variables): a handler's
+
+void OnInterrupt(int signal) {
+  if (interrupts != 0) {
+    // The default action of the signal, as if it had never been watched for.
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+  }
+  interrupts = 1;
+}
+
+void WriteAll(int descriptor, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t written = ::write(descriptor, text.data(), text.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) return;
+    text.remove_prefix(static_cast<std::size_t>(written));
+  }
+}
+
+}  // namespace
+
+void WatchForInterrupt() {
+  struct sigaction action {};
+  action.sa_handler = OnInterrupt;
+  sigemptyset(&action.sa_mask);
+  // Without SA_RESTART, so that a wait for an answer ends.
+  sigaction(SIGINT, &action, nullptr);
+  sigaction(SIGTERM, &action, nullptr);
+  sigaction(SIGHUP, &action, nullptr);
+  // A reader of our output that goes away is no reason to stop a synchronisation.
+  action.sa_handler = SIG_IGN;
+  sigaction(SIGPIPE, &action, nullptr);
+}
+
+bool Interrupted() { return interrupts != 0; }
+
+bool StandardErrorIsTerminal() { return isatty(STDERR_FILENO) == 1; }
+bool StandardOutputIsTerminal() { return isatty(STDOUT_FILENO) == 1; }
+
+int TerminalColumns() {
+  winsize size{};
+  if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return 80;
+  return size.ws_col;
+}
+
+std::optional<std::string> ReadInputLine() {
+  // Byte by byte, so that nothing behind the line is taken from whoever reads the input next.
+  std::string line;
+  for (;;) {
+    char c = 0;
+    const ssize_t got = ::read(STDIN_FILENO, &c, 1);
+    if (got < 0 && errno == EINTR && !Interrupted()) continue;
+    if (got <= 0) {
+      if (got == 0 && !line.empty()) return line;
+      return std::nullopt;
+    }
+    if (c == '\n') {
+      if (!line.empty() && line.back() == '\r') line.pop_back();
+      return line;
+    }
+    // No answer is this long; the rest of such a line is passed over.
+    if (line.size() < 4096) line.push_back(c);
+  }
+}
+
+void WriteToStandardOutput(std::string_view text) { WriteAll(STDOUT_FILENO, text); }
+void WriteToStandardError(std::string_view text) { WriteAll(STDERR_FILENO, text); }
+
+}  // namespace zelkor::lib

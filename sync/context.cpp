@@ -1,0 +1,33 @@
+#include "sync/context.h"
+
+#include "lib/native_path.h"
+
+namespace zelkor::sync {
+
+TemporarySyncFile::TemporarySyncFile() {
+  const lib::Result<std::string> folder = lib::TemporaryDirectory();
+  if (!folder.Ok()) {
+    failure_ = folder.Failure();
+    return;
+  }
+  // Another program may take the name between the look and the creation; a few tries are plenty.
+  for (int attempt = 0; attempt < 100; ++attempt) {
+    path_ = lib::TempFileName(*folder, "~sync", "");
+    lib::Result<lib::File> file = lib::File::Open(path_, lib::OpenMode::CreateNew);
+    if (file.Ok()) {
+      file_ = std::move(*file);
+      failure_ = {};
+      return;
+    }
+    failure_ = file.Failure();
+    if (file.Why() != lib::Cause::Exists) return;
+  }
+}
+
+TemporarySyncFile::~TemporarySyncFile() {
+  const bool made = file_.IsOpen() || failure_.Ok();
+  file_.Close();
+  if (made) lib::KillFile(path_);
+}
+
+}  // namespace zelkor::sync

@@ -1,0 +1,70 @@
+// What every synchronisation run works with.
+#pragma once
+
+#include <string>
+
+#include "db/catalogue.h"
+#include "db/remap.h"
+#include "lib/user.h"
+#include "net/targets.h"
+#include "sync/sync_log.h"
+
+namespace zelkor::sync {
+
+struct Context {
+  db::Catalogue& catalogue;
+  net::Targets& targets;
+  const db::RemapTable& remap;
+  SyncLog& log;
+  lib::User& user;
+  const std::string& computerId;  // this computer's
+  bool inProgress = false;        // a run is in hand: no other may start, its target may not be changed
+};
+
+// A place named on the command line instead of the target's stored one: a folder, on import also one sync file.
+struct Place {
+  std::string word;            // native bytes or X:\…, as typed; empty: the stored place
+  std::string startDirectory;  // native; relative words count from here
+};
+
+// Marks a run as in progress, and leaves the program-wide item and target records as the run found them.
+class RunGuard {
+ public:
+  explicit RunGuard(Context& context)
+      : context_(context), item_(context.catalogue.Data().Item()), target_(context.targets.Current()) {
+    context_.inProgress = true;
+  }
+  ~RunGuard() {
+    context_.catalogue.Data().Item() = item_;
+    context_.targets.Current() = target_;
+    context_.inProgress = false;
+  }
+  RunGuard(const RunGuard&) = delete;
+  RunGuard& operator=(const RunGuard&) = delete;
+
+ private:
+  Context& context_;
+  db::FileRec item_;
+  net::TargetRec target_;
+};
+
+// A path of a new temporary sync file in the temporary folder, deleted when the object goes.
+class TemporarySyncFile {
+ public:
+  // Makes the file, open for reading and writing. Look at Failure() first.
+  TemporarySyncFile();
+  ~TemporarySyncFile();
+  TemporarySyncFile(const TemporarySyncFile&) = delete;
+  TemporarySyncFile& operator=(const TemporarySyncFile&) = delete;
+
+  [[nodiscard]] const lib::Status& Failure() const { return failure_; }
+  [[nodiscard]] const std::string& Path() const { return path_; }
+  [[nodiscard]] lib::File& Content() { return file_; }
+
+ private:
+  std::string path_;
+  lib::File file_;
+  lib::Status failure_;
+};
+
+}  // namespace zelkor::sync

@@ -1,0 +1,61 @@
+// The items of an export: which go out, with which files, and what stays behind.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "db/memory_rows.h"
+#include "net/target_rec.h"
+#include "sync/context.h"
+#include "sync/export_date.h"
+#include "sync/sync_writer.h"
+
+namespace zelkor::sync {
+
+class ItemExporter {
+ public:
+  // `started` is when the run began, in local time.
+  ItemExporter(Context& context, net::TargetRec target, lib::Date started);
+
+  // Fills a list of its own with all items, deleted ones too, and applies the filters of the command line to it. False
+  // when they keep nothing (the message has been shown).
+  bool Fill();
+  // Writes one block with the items of the list. False when the run was cancelled or the sync file could not be
+  // written; `failure` then says what went wrong with the file, and is Ok for a cancelled run.
+  bool WriteBlock(SyncWriter& writer, lib::Status& failure);
+  // Looks for due files of items that the filters left out of the list.
+  void LookAtFilteredItems();
+  // Whether a file that goes to the target carries a date at or after the start of the run.
+  [[nodiscard]] bool ChangedSinceStart();
+
+  [[nodiscard]] const DateHold& Hold() const { return hold_; }
+
+ private:
+  enum class State { Auto, On, Off };
+
+  // The state that counts for this export, and the one that the record stores.
+  [[nodiscard]] State StateOf(std::int32_t recno, const db::FileRec& item) const;
+  [[nodiscard]] static State StoredState(const db::FileRec& item);
+  [[nodiscard]] bool GoesToTarget(const db::FileRec& item) const;
+  // Writes one item. False as WriteBlock.
+  bool WriteItem(SyncWriter& writer, db::FileRec item, State state, lib::Status& failure);
+  bool WriteFile(SyncWriter& writer, const std::string& path, lib::Date cutoff, lib::Status& failure);
+  // The first file of the item that is newer than the last export; empty when there is none.
+  [[nodiscard]] std::string FirstDueFile(const db::FileRec& item) const;
+  void CountBytes();
+  void ShowProgress(std::int64_t bytesOfFile);
+
+  Context& context_;
+  net::TargetRec target_;
+  std::string targetId_;
+  lib::Date lastExport_;
+  lib::Date started_;
+  db::MemoryRows rows_;
+  db::Catalogue list_;
+  bool filtered_ = false;
+  DateHold hold_;
+  lib::Progress progress_;
+};
+
+}  // namespace zelkor::sync

@@ -1,0 +1,21 @@
+// One export or one import without the user choosing anything, as a word of the command line asks for it.
+#pragma once
+
+#include <string_view>
+
+#include "sync/context.h"
+
+namespace zelkor::sync {
+
+// The exit statuses of an unattended run.
+inline constexpr int kStatusDone = 0;
+inline constexpr int kStatusFailed = 1;       // failed, refused, cancelled, unknown target
+inline constexpr int kStatusNothingDone = 2;  // the command line asked for nothing that can be done
+inline constexpr int kStatusDamaged = 3;      // a damaged sync file
+
+// `word` is the whole word: switch, target ID and place, kept apart by ":" (/syncexp:lap:"z:\mnt\stick"), in native
+// bytes. An empty quoted place stands for the target's stored one. The switch is compared exactly: in capitals it does
+// nothing, on purpose. Returns the exit status.
+int Synchronize(Context& context, std::string_view word, const std::string& startDirectory);
+
+}  // namespace zelkor::sync
