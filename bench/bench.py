@@ -1,0 +1,547 @@
+#!/usr/bin/env python3
+"""Zelkor's speed beside tar, cp, rsync and unison on the same files in the same run.
+
+    bench.py --build build/release [--report docs/performance.md] [--rounds 5] [--sets 4k,200,large] [--medium DIR]
+    bench.py --build build/release --quick        a smoke test: tiny sets, one round, nothing mounted, no report
+
+Two computers, office and laptop, share one machine: each has its own home directory, settings and program directory.
+Office exports to a stick (a folder), laptop imports from it. In each round every contender works once on the same
+files, in an order that turns from round to round, each into directories never used before: a file system that has just
+seen thousands of files deleted makes new ones many times more slowly. As root, each round has a fresh ext4 in a loop
+file. All changes are on the medium before a stopwatch starts.
+
+Zelkor flushes what it finishes (the sync file it exports; everything it imports) to the medium; the others do not. So
+each of them is measured twice in one go: when it ends, and when a `sync -f` of its destination has ended after it.
+
+What every contender leaves behind is compared with the original files in the first round.
+"""
+
+import argparse
+import filecmp
+import os
+import pathlib
+import platform
+import random
+import shutil
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+
+SETS = {
+    # name: (files, bytes each, title)
+    "4k": (9000, 4096, "9,000 files of 4 KiB"),
+    "200": (9000, 200, "9,000 files of 200 bytes"),
+    "large": (4, 511 << 20, "4 files of 511 MiB"),
+}
+QUICK_SETS = {
+    "4k": (120, 4096, "120 files of 4 KiB"),
+    "200": (120, 200, "120 files of 200 bytes"),
+    "large": (2, 3 << 20, "2 files of 3 MiB"),
+}
+FILES_PER_DIRECTORY = 100
+CHUNK = 1 << 20
+
+# job: (title, [(peer, title, wanted)]); `wanted` is the greatest ratio that is good enough, None when there is none.
+JOBS = {
+    "export": ("Export", [("floor export", "the floor", 1.3), ("tar create", "tar c, cp", 1.0)]),
+    "import": ("Import", [("floor import", "the floor", 1.3), ("tar extract", "tar x", 1.0)]),
+    "all": (
+        "Export and import",
+        [("cp", "cp -a", None), ("rsync", "rsync -a", None), ("unison", "unison -batch", None)],
+    ),
+    "unchanged export": (
+        "Export, nothing changed",
+        [("floor unchanged", "the floor", None), ("rsync again", "rsync -a", 0.5), ("unison again", "unison -batch", None)],
+    ),
+    "identical import": (
+        "Import, all identical",
+        [("floor identical", "the floor", None), ("rsync again", "rsync -a", 0.5), ("unison again", "unison -batch", None)],
+    ),
+}
+PEAK_WANTED_MIB = 32
+
+
+class Failed(Exception):
+    pass
+
+
+def run(command, **options):
+    done = subprocess.run([str(word) for word in command], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, **options)
+    if done.returncode != 0:
+        raise Failed(f"{command}: status {done.returncode}\n{done.stdout.decode(errors='replace')[-2000:]}")
+    return done.stdout
+
+
+class Medium:
+    """A fresh place for each round: an ext4 of its own in a loop file, or else a new directory."""
+
+    def __init__(self, folder, size, mounts):
+        self.folder = folder
+        self.size = size
+        self.mounts = mounts
+        self.count = 0
+
+    def __enter__(self):
+        self.count += 1
+        # Always of the same name, since the catalogues hold full paths.
+        self.root = self.folder / "medium"
+        self.root.mkdir()
+        if self.mounts:
+            self.image = self.folder / "image"
+            with open(self.image, "wb") as image:
+                image.truncate(self.size)
+            run(["mkfs.ext4", "-q", "-F", "-m", "0", "-i", "4096", "-E", "lazy_itable_init=0,lazy_journal_init=0", self.image])
+            run(["mount", "-o", "loop,noatime", self.image, self.root])
+        return self.root
+
+    def __exit__(self, *_):
+        if self.mounts:
+            run(["umount", self.root])
+            self.image.unlink()
+            self.root.rmdir()
+        else:
+            # Not deleted before the end: mass deletions would disturb the rounds that follow.
+            self.root.rename(self.folder / f"used-{self.count}")
+
+
+def can_mount(folder):
+    if os.geteuid() != 0:
+        return False
+    try:
+        with Medium(folder, 64 << 20, True):
+            pass
+        return True
+    except (Failed, OSError):
+        for leftover in ("image",):
+            (folder / leftover).unlink(missing_ok=True)
+        shutil.rmtree(folder / "medium", ignore_errors=True)
+        return False
+
+
+class Computer:
+    """Home, settings and program directory of one of the two computers."""
+
+    def __init__(self, root, name):
+        self.root = root / name
+        self.name = name
+        self.home = self.root / "home"
+        self.program = self.root / "program"
+
+    def create(self, template=None):
+        for part in ("home", "config", "program", "tmp"):
+            (self.root / part).mkdir(parents=True)
+        (self.root / "config" / "orlim.ini").write_text(f"[Orlim]\r\nuser={self.name}\r\n")
+        if template is not None:
+            for file in template.iterdir():
+                shutil.copy(file, self.program)
+
+    def environment(self):
+        return dict(
+            os.environ,
+            HOME=str(self.home),
+            XDG_CONFIG_HOME=str(self.root / "config"),
+            ZELKOR_DIR=str(self.program),
+            TMPDIR=str(self.root / "tmp"),
+            LC_ALL="C",
+            TZ="UTC",
+        )
+
+
+def program_form(path):
+    """A native path as Zelkor writes it, on drive z."""
+    return "z:" + str(path).replace("/", "\\")
+
+
+def names(count):
+    for i in range(count):
+        yield f"d{i // FILES_PER_DIRECTORY:03}/f{i:05}.dat"
+
+
+def make_files(data, count, size, now):
+    """`count` files of `size` bytes that no compression could shrink, changed in the past year, always the same."""
+    source = random.Random(count * 1000003 + size)
+    for i, name in enumerate(names(count)):
+        path = data / name
+        if i % FILES_PER_DIRECTORY == 0:
+            path.parent.mkdir(parents=True)
+        with open(path, "wb") as file:
+            left = size
+            while left > 0:
+                piece = source.randbytes(min(left, CHUNK))
+                file.write(piece)
+                left -= len(piece)
+        changed = now - 3600 - source.randrange(365 * 86400)
+        os.utime(path, (changed, changed))
+
+
+def make_templates(folder, seeder, count):
+    """The two computers' catalogues: an item for each file of office, and each the other's target."""
+    result = {}
+    for name, other in (("office", "laptop"), ("laptop", "office")):
+        computer = Computer(folder / "template", name)
+        computer.create()
+        lines = [f"target\t{other}"]
+        if name == "office":
+            for i, path in enumerate(names(count)):
+                windows = path.replace("/", "\\")
+                lines.append(f"item\tFile {i}\tAuto\tAll\t\tc:\\data\\{windows}")
+        run([seeder], input="\n".join(lines).encode() + b"\n", env=computer.environment())
+        result[name] = computer.program
+    return result
+
+
+class Round:
+    """One round: every contender once."""
+
+    def __init__(self, bench, root, number):
+        self.bench = bench
+        self.root = root
+        self.number = number
+        self.office = Computer(root, "office")
+        self.laptop = Computer(root, "laptop")
+        self.data = self.office.home / "data"
+        self.stick = root / "stick"
+        self.peers = root / "peers"
+        self.report = bench.folder / "measured"
+
+    def measure(self, name, command, env=None, destination=None, statuses=(0,)):
+        """Runs the command under the stopwatch, then brings everything it wrote to the medium under another."""
+        with open(os.devnull, "wb") as nothing, open(self.bench.folder / "errors", "wb+") as errors:
+            words = [str(word) for word in command]
+            subprocess.run([self.bench.tool("measure"), self.report, *words], env=env, stdin=subprocess.DEVNULL,
+                           stdout=nothing, stderr=errors, check=True)
+            errors.seek(0)
+            said = errors.read().decode(errors="replace")
+        seconds, peak, status = self.report.read_text().split()
+        if int(status) not in statuses:
+            raise Failed(f"{name}: {words[:6]} ended with status {status}\n{said}")
+        started = time.monotonic()
+        run(["sync", "-f", destination or self.root])
+        flushed = float(seconds) + time.monotonic() - started
+        self.bench.record(name, float(seconds), flushed, int(peak))
+
+    def turned(self, jobs):
+        by = self.number % len(jobs)
+        for job in jobs[by:] + jobs[:by]:
+            job()
+
+    def work(self):
+        count, size, _ = self.bench.set
+        for computer in (self.office, self.laptop):
+            computer.create(self.bench.templates[computer.name])
+        self.stick.mkdir()
+        self.peers.mkdir()
+        make_files(self.data, count, size, self.bench.now)
+        run(["sync", "-f", self.root])
+
+        self.turned([self.zelkor_export, self.floor_export, self.tar_create])
+        self.turned([self.zelkor_import, self.floor_import, self.tar_extract])
+        self.tidy()
+        self.turned([self.cp, self.rsync, self.unison])
+        self.turned([self.zelkor_unchanged, self.floor_unchanged, self.rsync_again, self.unison_again])
+        self.turned([self.zelkor_identical, self.floor_identical])
+
+    def tidy(self):
+        """Large files are done with once compared, so that the medium need not hold them all."""
+        if self.bench.set[0] <= 10:
+            for path in (self.peers / "floor", self.peers / "tar", self.peers / "archive.tar", self.peers / "stick"):
+                if path.is_dir():
+                    shutil.rmtree(path)
+                else:
+                    path.unlink(missing_ok=True)
+            run(["sync", "-f", self.root])
+
+    def compare(self, name, copied):
+        if self.number != 0:
+            return
+        expected = sorted(names(self.bench.set[0]))
+        present = sorted(str(path.relative_to(copied)) for path in copied.rglob("*") if path.is_file())
+        if present != expected:
+            raise Failed(f"{name}: {len(present)} files instead of {len(expected)}")
+        for path in expected:
+            if not filecmp.cmp(self.data / path, copied / path, shallow=False):
+                raise Failed(f"{name}: {path} differs")
+            if int((self.data / path).stat().st_mtime) != int((copied / path).stat().st_mtime):
+                raise Failed(f"{name}: {path} has another time")
+
+    # Zelkor
+
+    def zelkor(self, name, computer, switch, other):
+        self.measure(name, [self.bench.zelkor, f'{switch}:{other}:"{program_form(self.stick)}"'], computer.environment())
+
+    def zelkor_export(self):
+        self.zelkor("export", self.office, "/syncexp", "laptop")
+        if self.number == 0 and not (self.stick / "laptop.cas").exists():
+            raise Failed("export left no file")
+
+    def zelkor_import(self):
+        # Import deletes what it has collected.
+        shutil.copy(self.stick / "laptop.cas", self.root / "kept.cas")
+        run(["sync", "-f", self.root])
+        self.zelkor("import", self.laptop, "/syncimp", "office")
+        self.compare("import", self.laptop.home / "data")
+
+    def zelkor_unchanged(self):
+        self.zelkor("unchanged export", self.office, "/syncexp", "laptop")
+        (self.stick / "laptop.cas").unlink()
+
+    def zelkor_identical(self):
+        shutil.copy(self.root / "kept.cas", self.stick / "laptop.cas")
+        run(["sync", "-f", self.root])
+        self.zelkor("identical import", self.laptop, "/syncimp", "office")
+
+    # The floor
+
+    def floor(self, name, job, *words):
+        self.measure(name, [self.bench.tool("floor"), job, *words], dict(os.environ, TZ="UTC"))
+
+    def floor_export(self):
+        temporary = self.peers / "floor-sync"
+        self.floor("floor export", "export", self.bench.templates["office"] / "zelkor.ind", self.office.home, temporary,
+                   self.peers / "floor.cas", self.peers / "floor.log", 0)
+
+    def floor_import(self):
+        home = self.peers / "floor"
+        (home / "data").mkdir(parents=True)
+        self.floor("floor import", "import", self.peers / "floor.cas", home, home / "zelkor.ind",
+                   self.peers / "floor.log", self.bench.naming)
+        self.compare("floor import", home / "data")
+
+    def floor_unchanged(self):
+        self.floor("floor unchanged", "export", self.bench.templates["office"] / "zelkor.ind", self.office.home,
+                   self.peers / "floor-sync", self.peers / "floor.cas", self.peers / "floor.log", self.bench.now)
+
+    def floor_identical(self):
+        again = self.peers / "again.cas"
+        shutil.copy(self.root / "kept.cas", again)
+        run(["sync", "-f", self.root])
+        self.floor("floor identical", "import", again, self.laptop.home, self.peers / "identical.ind",
+                   self.peers / "floor.log", self.bench.naming)
+
+    # Peers
+
+    def tar_create(self):
+        (self.peers / "stick").mkdir()
+        archive = self.peers / "archive.tar"
+        self.measure("tar create", ["sh", "-c", 'tar -cf "$1" -C "$2" data && cp "$1" "$3"', "sh", archive,
+                                    self.office.home, self.peers / "stick" / "archive.tar"])
+
+    def tar_extract(self):
+        (self.peers / "tar").mkdir()
+        self.measure("tar extract", ["tar", "-xf", self.peers / "stick" / "archive.tar", "-C", self.peers / "tar"])
+        self.compare("tar", self.peers / "tar" / "data")
+
+    def cp(self):
+        self.measure("cp", ["cp", "-a", self.data, self.peers / "cp"])
+        self.compare("cp", self.peers / "cp")
+
+    def rsync(self):
+        self.measure("rsync", ["rsync", "-a", f"{self.data}/", f"{self.peers / 'rsync'}/"])
+        self.compare("rsync", self.peers / "rsync")
+
+    def rsync_again(self):
+        self.measure("rsync again", ["rsync", "-a", f"{self.data}/", f"{self.peers / 'rsync'}/"])
+
+    def unison_run(self, name):
+        home = self.root / "unison-home"
+        home.mkdir(exist_ok=True)
+        self.measure(name, ["unison", self.data, self.peers / "unison", "-batch", "-auto", "-times", "-silent",
+                            "-ui", "text", "-confirmbigdel=false", "-log=false"],
+                     dict(os.environ, HOME=str(home), UNISON=str(home / ".unison")))
+
+    def unison(self):
+        (self.peers / "unison").mkdir()
+        self.unison_run("unison")
+        self.compare("unison", self.peers / "unison")
+
+    def unison_again(self):
+        self.unison_run("unison again")
+
+
+class Bench:
+    def __init__(self, options, folder, name, sizes):
+        self.options = options
+        self.folder = folder
+        self.set = sizes[name]
+        self.naming = "link"
+        self.now = int(time.time())
+        self.zelkor = options.build / "app" / "zelkor"
+        self.seconds = {}
+        self.flushed = {}
+        self.peaks = {}
+
+    def tool(self, name):
+        return self.options.build / "bench" / name
+
+    def record(self, name, seconds, flushed, peak):
+        self.seconds.setdefault(name, []).append(seconds)
+        self.flushed.setdefault(name, []).append(flushed)
+        self.peaks.setdefault(name, []).append(peak)
+
+    def run(self, mounts):
+        count, size, title = self.set
+        self.templates = make_templates(self.folder, self.options.build / "demo" / "zelkor_seed", count)
+        medium = Medium(self.folder, (256 << 20) + count * 65536 + count * size * 13, mounts)
+        for number in range(self.options.rounds):
+            print(f"{title}: round {number + 1} of {self.options.rounds}", file=sys.stderr, flush=True)
+            with medium as root:
+                Round(self, root, number).work()
+        shutil.rmtree(self.folder / "template")
+
+    def own(self, job):
+        """Zelkor's time for a job; it has flushed already, so there is only one."""
+        jobs = ("export", "import") if job == "all" else (job,)
+        return sum(statistics.median(self.seconds[name]) for name in jobs)
+
+    def ratios(self, job, peer):
+        """Zelkor's time divided by the peer's: as the peer is, and with its sync."""
+        own = self.own(job)
+        return own / statistics.median(self.seconds[peer]), own / statistics.median(self.flushed[peer])
+
+    def peak(self, name):
+        return max(self.peaks[name]) / 1024
+
+
+def flushes_itself(peer):
+    return peer.startswith("floor")
+
+
+def table(benches, markdown):
+    """Rows of text: job, beside, then for each set the ratio as it is and with sync, and what is wanted."""
+    head = ["Zelkor's time for", "divided by that of"]
+    for bench in benches:
+        head += [bench.set[2], "with sync"]
+    head.append("wanted")
+    rows = []
+    for job, (title, peers) in JOBS.items():
+        for peer, peer_title, wanted in peers:
+            row = [title, peer_title]
+            for bench in benches:
+                plain, flushed = bench.ratios(job, peer)
+                row += [f"{plain:.2f}", "" if flushes_itself(peer) else f"{flushed:.2f}"]
+            row.append("" if wanted is None else f"≤ {wanted:.2f}")
+            rows.append(row)
+    return lay_out(head, rows, markdown)
+
+
+def peak_table(benches, markdown):
+    head = ["Peak memory, MiB", *[bench.set[2] for bench in benches], "wanted"]
+    rows = []
+    for name, title in (("export", "Zelkor, export"), ("import", "Zelkor, import"),
+                        ("unchanged export", "Zelkor, export, nothing changed"),
+                        ("identical import", "Zelkor, import, all identical"), ("tar create", "tar c, cp"),
+                        ("tar extract", "tar x"), ("cp", "cp -a"), ("rsync", "rsync -a"), ("unison", "unison -batch")):
+        row = [title, *[f"{bench.peak(name):.1f}" for bench in benches]]
+        rows.append([*row, f"< {PEAK_WANTED_MIB}" if title.startswith("Zelkor") else ""])
+    return lay_out(head, rows, markdown)
+
+
+def lay_out(head, rows, markdown):
+    if markdown:
+        lines = ["| " + " | ".join(head) + " |", "|" + "|".join(["---", "---", *["---:"] * (len(head) - 2)]) + "|"]
+        return "\n".join(lines + ["| " + " | ".join(row) + " |" for row in rows])
+    widths = [max(len(row[i]) for row in [head, *rows]) for i in range(len(head))]
+    return "\n".join("  ".join(cell.ljust(width) if i < 2 else cell.rjust(width)
+                               for i, (cell, width) in enumerate(zip(row, widths))) for row in [head, *rows])
+
+
+def seconds_table(benches):
+    """Absolute medians, for the terminal only: they mean nothing on another machine."""
+    head = ["Median seconds", "", *[title for bench in benches for title in (bench.set[2], "with sync", "spread")]]
+    rows = []
+    for name in benches[0].seconds:
+        row = [name, ""]
+        for bench in benches:
+            times = bench.seconds[name]
+            row += [f"{statistics.median(times):.3f}", f"{statistics.median(bench.flushed[name]):.3f}",
+                    f"{min(times):.3f}-{max(times):.3f}"]
+        rows.append(row)
+    return lay_out(head, rows, False)
+
+
+def report(benches, rounds, mounted):
+    place = "a fresh ext4 in a loop file" if mounted else "fresh directories of a file system in use"
+    return f"""# Performance
+
+`make bench` measures Zelkor beside tar, cp, rsync and unison on the same files in the same run and writes the tables of
+this page. Each ratio is Zelkor's median time divided by the other program's, of {rounds} interleaved rounds, each on
+{place}; below 1 Zelkor is faster. Every file of the small sets is an item of its own.
+
+- Zelkor brings what it finishes to the medium: the exported file before it takes its name, and everything imported
+  before the import is recorded. The others leave that to the system, so they are measured as they are and, in the column
+  beside that, with a `sync -f` of their destination at their end.
+- The floor (bench/floor.c) makes the same system calls on the same data with next to no work between them, flushing as
+  Zelkor does. Its export, like Zelkor's, writes a temporary file and copies it to its destination; so tar is given a cp.
+- cp, rsync and unison copy from place to place, which is what export and import do together.
+
+{table(benches, True)}
+
+{peak_table(benches, True)}
+"""
+
+
+def missed(benches):
+    """What is slower or larger than wanted, as lines."""
+    lines = []
+    for bench in benches:
+        for job, (title, peers) in JOBS.items():
+            for peer, peer_title, wanted in peers:
+                if wanted is None:
+                    continue
+                # A peer counts as it would have to be to do the same job: with its sync.
+                ratio = bench.ratios(job, peer)[0 if flushes_itself(peer) else 1]
+                if ratio > wanted:
+                    lines.append(f"{bench.set[2]}: {title} takes {ratio:.2f} times {peer_title}, wanted {wanted:.2f}")
+        for name in ("export", "import", "unchanged export", "identical import"):
+            if bench.peak(name) >= PEAK_WANTED_MIB:
+                lines.append(f"{bench.set[2]}: {name} takes {bench.peak(name):.1f} MiB")
+    return lines
+
+
+def main():
+    parser = argparse.ArgumentParser(description="Zelkor's speed beside tar, cp, rsync and unison.")
+    parser.add_argument("--build", type=lambda text: pathlib.Path(text).resolve(), required=True)
+    parser.add_argument("--report", type=pathlib.Path, help="the page to write")
+    parser.add_argument("--rounds", type=int, default=5)
+    parser.add_argument("--sets", default="4k,200,large", help="which of 4k,200,large")
+    parser.add_argument("--medium", type=pathlib.Path, help="where the files go (default: the temporary folder)")
+    parser.add_argument("--quick", action="store_true", help="a smoke test")
+    parser.add_argument("--seconds", action="store_true", help="show the times themselves too")
+    options = parser.parse_args()
+    if options.quick:
+        options.rounds = 1
+    sizes = QUICK_SETS if options.quick else SETS
+
+    with tempfile.TemporaryDirectory(prefix="zelkor-bench-", dir=options.medium) as name:
+        folder = pathlib.Path(name).resolve()
+        mounts = not options.quick and can_mount(folder)
+        benches = []
+        for set_name in options.sets.split(","):
+            (folder / set_name).mkdir()
+            bench = Bench(options, folder / set_name, set_name, sizes)
+            bench.run(mounts)
+            benches.append(bench)
+
+    print(table(benches, False), peak_table(benches, False), sep="\n\n")
+    if options.seconds:
+        print("", seconds_table(benches), sep="\n")
+    if options.quick:
+        print(f"\nA smoke test: everything ran and every copy is right; the numbers mean nothing ({platform.node()}).")
+        return 0
+    if options.report is not None:
+        options.report.parent.mkdir(parents=True, exist_ok=True)
+        options.report.write_text(report(benches, options.rounds, mounts))
+        print(f"\nWritten to {options.report}.")
+    slow = missed(benches)
+    print("", *(slow or ["Everything is as fast and small as wanted."]), sep="\n")
+    return 0
+
+
+if __name__ == "__main__":
+    try:
+        sys.exit(main())
+    except (Failed, KeyboardInterrupt) as error:
+        print(f"bench: {error}", file=sys.stderr)
+        sys.exit(1)
