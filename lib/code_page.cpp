@@ -30,8 +30,11 @@ constexpr auto kCapitalRuns = std::to_array<CapitalRun>({
     {0x139, 0x147, 1, 2},    //
     {0x14A, 0x176, 1, 2},    //
     {0x179, 0x17D, 1, 2},    //
-    {0x1A0, 0x1A4, 1, 2},    // horned O, OI
+    {0x18F, 0x18F, 202, 1},  // schwa
+    {0x19F, 0x19F, 214, 1},  // barred O
+    {0x1A0, 0x1A0, 1, 1},    // horned O
     {0x1AF, 0x1AF, 1, 1},    // horned U
+    {0x1B7, 0x1B7, 219, 1},  // ezh
     {0x1CD, 0x1DB, 1, 2},    // letters with caron
     {0x1DE, 0x1EE, 1, 2},    //
     {0x1F8, 0x21E, 1, 2},    // S and T with comma below
@@ -43,10 +46,8 @@ constexpr auto kCapitalRuns = std::to_array<CapitalRun>({
     {0x3A3, 0x3AB, 32, 1},   //
     {0x400, 0x40F, 80, 1},   // Cyrillic
     {0x410, 0x42F, 32, 1},   //
-    {0x460, 0x480, 1, 2},    //
     {0x48A, 0x4BE, 1, 2},    //
     {0x4D0, 0x52E, 1, 2},    //
-    {0x531, 0x556, 48, 1},   // Armenian
     {0x1E00, 0x1E94, 1, 2},  // Latin Extended Additional
     {0x1EA0, 0x1EFE, 1, 2},  // Vietnamese
 });

@@ -1,0 +1,182 @@
+// Dates as text, in the C locale and in locales made for the test from the system's own locale sources.
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <limits>
+#include <stdlib.h>  // NOLINT(modernize-deprecated-headers): setenv, mkdtemp
+#include <string>
+
+#include "lib/date.h"
+#include "lib/format.h"
+
+namespace zelkor::lib {
+namespace {
+
+Date DateOf(int year, int month, int day, int hour = 0, int minute = 0, int second = 0) {
+  return FromCalendar({.year = year, .month = month, .day = day, .hour = hour, .minute = minute, .second = second})
+      .value();
+}
+
+TEST(GeneralDate, ReadsAsInTheCLocaleAtTheStart) {
+  EXPECT_EQ(GeneralDate(DateOf(2026, 11, 21, 14, 15, 37)), "11/21/2026 2:15:37 PM");
+  EXPECT_EQ(GeneralDate(DateOf(2026, 1, 2, 3, 4, 5)), "1/2/2026 3:04:05 AM");
+  EXPECT_EQ(GeneralDate(DateOf(2026, 1, 2, 0, 0, 1)), "1/2/2026 12:00:01 AM");
+  EXPECT_EQ(GeneralDate(DateOf(2026, 1, 2, 12, 30, 0)), "1/2/2026 12:30:00 PM");
+  EXPECT_EQ(GeneralDate(DateOf(2026, 1, 2, 23, 59, 59)), "1/2/2026 11:59:59 PM");
+}
+
+TEST(GeneralDate, ShowsADateWithoutTimeAlone) { EXPECT_EQ(GeneralDate(DateOf(2026, 11, 21)), "11/21/2026"); }
+
+TEST(GeneralDate, ShowsATimeWithoutDateAlone) {
+  EXPECT_EQ(GeneralDate(0.25), "6:00:00 AM");
+  EXPECT_EQ(GeneralDate(0), "12:00:00 AM");
+}
+
+TEST(GeneralDate, RoundsIntoTheNextDay) { EXPECT_EQ(GeneralDate(46347.999999), "11/22/2026"); }
+
+TEST(ShortDate, ShowsTheDateWithoutItsTime) {
+  EXPECT_EQ(ShortDate(DateOf(2026, 11, 21, 14, 15, 37)), "11/21/2026");
+  EXPECT_EQ(ShortDate(DateOf(2026, 1, 2)), "1/2/2026");
+  EXPECT_EQ(ShortDate(-1.25), "12/29/1899");
+}
+
+TEST(GeneralDate, IsEmptyForAValueThatIsNoDate) {
+  for (const double value : {std::nan(""), std::numeric_limits<double>::infinity(), 1e300, -1e300}) {
+    EXPECT_EQ(GeneralDate(value), "");
+    EXPECT_EQ(ShortDate(value), "");
+  }
+}
+
+TEST(ParseDate, ReadsYearMonthDay) {
+  EXPECT_EQ(ParseDate("2026-11-21"), 46347);
+  EXPECT_EQ(ParseDate(" 2026-1-2 3:04:05 "), DateOf(2026, 1, 2, 3, 4, 5));
+  EXPECT_EQ(ParseDate("2026-01-02  23:59"), DateOf(2026, 1, 2, 23, 59, 0));
+}
+
+TEST(ParseDate, ReadsWhatIsShown) {
+  EXPECT_EQ(ParseDate("11/21/2026 2:15:37 PM"), DateOf(2026, 11, 21, 14, 15, 37));
+  EXPECT_EQ(ParseDate("11/21/2026"), 46347);
+  EXPECT_EQ(ParseDate("6:00:00 AM"), 0.25);
+  EXPECT_EQ(ParseDate("1/2/2026 12:00:01 am"), DateOf(2026, 1, 2, 0, 0, 1));
+  EXPECT_EQ(ParseDate("01/02/2026 14:15"), DateOf(2026, 1, 2, 14, 15, 0));
+}
+
+TEST(ParseDate, RefusesWhatReadsAsNoDate) {
+  for (const char* text : {"",
+                           " ",
+                           "yesterday",
+                           "2026",
+                           "2026-11",
+                           "2026-11-",
+                           "2026-11-31",
+                           "2026-13-1",
+                           "26-11-21",
+                           "2026-11-21x",
+                           "2026-11-21 24:00",
+                           "2026-11-21 1",
+                           "2026-11-21 1:60",
+                           "2026-11-21 1:2:60",
+                           "2026-11-21 1:2:3 PM",
+                           "21/11/2026",
+                           "2/29/2026",
+                           "1/2/2026 13:00 PM",
+                           "1/2/2026 0:00 AM",
+                           "1/2/2026 1:00 XM",
+                           "1/2",
+                           "11/21/20261",
+                           "-2026-11-21",
+                           "2026--11-21",
+                           "11/21/2026 2:15:37 PM x",
+                           "20260-11-21"}) {
+    EXPECT_EQ(ParseDate(text), std::nullopt) << text;
+  }
+  EXPECT_EQ(ParseDate(std::string("2026-11-21\0", 11)), std::nullopt);
+}
+
+// Locales compiled into a folder of the test; the C locale is in force again afterwards.
+class LocaleDates : public testing::Test {
+ protected:
+  LocaleDates() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "zelkor-test-XXXXXX").string();
+    root_ = mkdtemp(pattern.data());
+    setenv("LOCPATH", root_.c_str(), 1);
+  }
+  ~LocaleDates() override {
+    for (const char* name : {"LC_ALL", "LC_TIME", "LANG", "LOCPATH"}) unsetenv(name);
+    UseLocaleOfEnvironment();
+    std::error_code ignored;
+    std::filesystem::remove_all(root_, ignored);
+  }
+
+  // False on a system that lacks the sources.
+  [[nodiscard]] bool Compile(const std::string& language, const std::string& characterSet) const {
+    const std::string name = language + "." + characterSet;
+    const std::string command = "localedef -i " + language + " -f " + characterSet + " '" + (root_ / name).string() +
+                                "' >'" + (root_ / "localedef.log").string() + "' 2>&1";
+    return std::system(command.c_str()) == 0;
+  }
+
+ private:
+  std::filesystem::path root_;
+};
+
+TEST_F(LocaleDates, AreWrittenAndReadAsTheUserWritesThem) {
+  if (!Compile("de_DE", "UTF-8")) GTEST_SKIP() << "no locale sources";
+  setenv("LC_TIME", "de_DE.UTF-8", 1);
+  UseLocaleOfEnvironment();
+  const Date date = DateOf(2026, 11, 2, 14, 15, 37);
+  EXPECT_EQ(GeneralDate(date), "02.11.2026 14:15:37");
+  EXPECT_EQ(GeneralDate(DateOf(2026, 11, 2)), "02.11.2026");
+  EXPECT_EQ(GeneralDate(0.25), "06:00:00");
+  EXPECT_EQ(ShortDate(date), "02.11.2026");
+  EXPECT_EQ(ParseDate("2.11.2026 14:15:37"), date);
+  EXPECT_EQ(ParseDate("02.11.2026"), DateOf(2026, 11, 2));
+  EXPECT_EQ(ParseDate("06:00:00"), 0.25);
+  EXPECT_EQ(ParseDate("2026-11-02"), DateOf(2026, 11, 2));
+  EXPECT_EQ(ParseDate("31.11.2026"), std::nullopt);
+  EXPECT_EQ(ParseDate("11/02/2026"), std::nullopt);
+  EXPECT_EQ(ParseDate("02.11.2026 x"), std::nullopt);
+}
+
+TEST_F(LocaleDates, AreReadWithTwoOrFourDigitsOfTheYear) {
+  if (!Compile("en_GB", "UTF-8")) GTEST_SKIP() << "no locale sources";
+  setenv("LC_ALL", "en_GB.UTF-8", 1);
+  UseLocaleOfEnvironment();
+  EXPECT_EQ(ShortDate(DateOf(2026, 11, 2)), "02/11/26");
+  EXPECT_EQ(ParseDate("02/11/26"), DateOf(2026, 11, 2));
+  EXPECT_EQ(ParseDate("02/11/2026 10:20:30"), DateOf(2026, 11, 2, 10, 20, 30));
+}
+
+TEST_F(LocaleDates, ComeFromTheVariableThatCountsMost) {
+  if (!Compile("de_DE", "UTF-8")) GTEST_SKIP() << "no locale sources";
+  setenv("LANG", "de_DE.UTF-8", 1);
+  UseLocaleOfEnvironment();
+  EXPECT_EQ(ShortDate(DateOf(2026, 11, 2)), "02.11.2026");
+  setenv("LC_TIME", "C", 1);
+  UseLocaleOfEnvironment();
+  EXPECT_EQ(ShortDate(DateOf(2026, 11, 2)), "11/2/2026");
+  setenv("LC_ALL", "de_DE.UTF-8", 1);
+  UseLocaleOfEnvironment();
+  EXPECT_EQ(ShortDate(DateOf(2026, 11, 2)), "02.11.2026");
+}
+
+TEST_F(LocaleDates, AreYearMonthDayWhereTheCodePageLacksTheirCharacters) {
+  if (!Compile("ja_JP", "EUC-JP")) GTEST_SKIP() << "no locale sources";
+  setenv("LC_TIME", "ja_JP.EUC-JP", 1);
+  UseLocaleOfEnvironment();
+  const Date date = DateOf(2026, 11, 2, 4, 15, 37);
+  EXPECT_EQ(GeneralDate(date), "2026-11-02 04:15:37");
+  EXPECT_EQ(ParseDate(GeneralDate(date)), date);
+}
+
+TEST_F(LocaleDates, ReadAsInTheCLocaleWhereTheSystemLacksTheLocale) {
+  for (const char* name : {"xx_XX.UTF-8", "POSIX", "C.UTF-8", "C"}) {
+    setenv("LC_ALL", name, 1);
+    UseLocaleOfEnvironment();
+    EXPECT_EQ(GeneralDate(DateOf(2026, 11, 21, 14, 15, 37)), "11/21/2026 2:15:37 PM") << name;
+  }
+}
+
+}  // namespace
+}  // namespace zelkor::lib
