@@ -74,7 +74,8 @@ std::optional<Date> FromCalendar(const CalendarTime& time) {
                                 day{static_cast<unsigned>(time.day)}};
   if (!calendar.ok()) return std::nullopt;
   const std::int64_t days = (sys_days{calendar} - kDayZero).count();
-  return SecondsToDate(days * kSecondsPerDay + time.hour * 3600 + time.minute * 60 + time.second);
+  const int seconds = time.hour * 3600 + time.minute * 60 + time.second;
+  return SecondsToDate(days * kSecondsPerDay + seconds);
 }
 
 }  // namespace zelkor::lib

@@ -46,7 +46,7 @@ TEST(Date, IsRoundedToTheNearestSecond) {
 
 TEST(Date, CountsTheTimeForwardAlsoBeforeTheFirstDay) {
   const CalendarTime sixOClock{.year = 1899, .month = 12, .day = 29, .hour = 6};
-  EXPECT_EQ(DateToSeconds(-1.25), -kSecondsPerDay + 6 * 3600);
+  EXPECT_EQ(DateToSeconds(-1.25), -kSecondsPerDay + kSecondsPerDay / 4);
   EXPECT_EQ(ToCalendar(-1.25), sixOClock);
   EXPECT_EQ(FromCalendar(sixOClock), -1.25);
 }

@@ -8,7 +8,6 @@
 namespace zelkor::lib {
 namespace {
 
-using std::string_literals::operator""s;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -117,7 +116,7 @@ TEST(WithIniValue, BeginsAnEmptyFileWithCrLf) {
 
 TEST(WithIniValue, LetsNoValueBecomeALineOfItsOwn) {
   EXPECT_EQ(WithIniValue("[a]\nk=1\n", "a", "k", "v\r\n[Vandry]\r\nExe=x"), "[a]\nk=v\n");
-  EXPECT_EQ(WithIniValue("[a]\nk=1\n", "a", "k", "v\0w"s), "[a]\nk=v\n");
+  EXPECT_EQ(WithIniValue("[a]\nk=1\n", "a", "k", std::string("v\0w", 3)), "[a]\nk=v\n");
 }
 
 TEST(WithIniValue, IsReadBackFromTheFileCutAtEveryLength) {

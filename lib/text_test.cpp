@@ -9,7 +9,6 @@
 namespace zelkor::lib {
 namespace {
 
-using std::string_literals::operator""s;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -26,12 +25,12 @@ TEST(TrimCrLf, RemovesCarriageReturnsAndLineFeedsFromBothEnds) {
 }
 
 TEST(TrimAtNul, EndsTheTextBeforeTheFirstNul) {
-  EXPECT_EQ(TrimAtNul("ab\0cd\0"s), "ab");
-  EXPECT_EQ(TrimAtNul("\0ab"s), "");
+  EXPECT_EQ(TrimAtNul(std::string_view("ab\0cd\0", 6)), "ab");
+  EXPECT_EQ(TrimAtNul(std::string_view("\0ab", 3)), "");
   EXPECT_EQ(TrimAtNul(" ab "), " ab ");
 }
 
-TEST(FieldText, CutsAtTheNulBeforeItTrims) { EXPECT_EQ(FieldText("  ab  \0xy  "s), "ab"); }
+TEST(FieldText, CutsAtTheNulBeforeItTrims) { EXPECT_EQ(FieldText(std::string_view("  ab  \0xy  ", 11)), "ab"); }
 
 TEST(EqualNoCase, FoldsInTheCodePage) {
   EXPECT_TRUE(

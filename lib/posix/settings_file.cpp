@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
 #include <pwd.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -64,7 +65,7 @@ std::optional<std::string> BehindLinks(std::string path) {
     const ssize_t length = readlink(path.c_str(), target.data(), target.size());
     if (length < 0) return path;
     const std::string next(target.data(), static_cast<std::size_t>(length));
-    path = !next.empty() && next.front() == '/' ? next : DirectoryOf(path) + "/" + next;
+    path = std::filesystem::path(path).parent_path() / next;  // an absolute `next` takes the place of all
   }
   return std::nullopt;
 }
