@@ -16,9 +16,9 @@ bool LaterThan(lib::Date date, lib::Date cutoff) { return lib::DateToSeconds(dat
 
 }  // namespace
 
-ItemExporter::ItemExporter(Context& context, net::TargetRec target, lib::Date started)
+ItemExporter::ItemExporter(Context& context, const net::TargetRec& target, lib::Date started)
     : context_(context),
-      target_(std::move(target)),
+      target_(target),
       targetId_(target_.Id()),
       lastExport_(target_.Date(net::TargetRec::kLastExport)),
       started_(started),

@@ -16,7 +16,7 @@ namespace zelkor::sync {
 class ItemExporter {
  public:
   // `started` is when the run began, in local time.
-  ItemExporter(Context& context, net::TargetRec target, lib::Date started);
+  ItemExporter(Context& context, const net::TargetRec& target, lib::Date started);
 
   // Fills a list of its own with all items, deleted ones too, and applies the filters of the command line to it. False
   // when they keep nothing (the message has been shown).
