@@ -72,15 +72,15 @@ EntryOutcome SyncWriter::TryFile(const std::string& path, std::string_view share
   lib::Result<lib::File> file = lib::File::Open(path, lib::OpenMode::Read);
   if (!file.Ok()) {
     why = file.Failure();
+    // A directory of that name is no file.
     const bool missing = file.Why() == lib::Cause::NotFound || file.Why() == lib::Cause::PathNotFound;
-    return missing ? EntryOutcome::Missing : EntryOutcome::Unreadable;
+    return missing || lib::DirectoryExists(path) ? EntryOutcome::Missing : EntryOutcome::Unreadable;
   }
   const lib::Result<lib::FileInfo> info = file->Info();
   if (!info.Ok()) {
     why = info.Failure();
     return EntryOutcome::Unreadable;
   }
-  if (info->directory) return EntryOutcome::Missing;  // a directory of that name is no file
   if (info->size > kMaxLength) return EntryOutcome::TooLong;
   const std::int64_t itemBytes = output_.Position() - itemStart_ - static_cast<std::int64_t>(db::FileRec::kBytes);
   if (itemBytes + kHeaderBytes + info->size > kMaxLength) return EntryOutcome::ItemTooLong;
