@@ -17,23 +17,24 @@ namespace zelkor::lib {
 
 // What the system tells about a file.
 struct FileInfo {
-  std::int64_t size = 0;         // bytes
-  Date created = 0;              // local times to the second
+  std::int64_t size = 0;  // bytes
+  Date created = 0;       // local times to the second
   Date accessed = 0;
   Date written = 0;
   bool directory = false;
-  bool readOnly = false;         // no write bit for its owner
-  std::int64_t changeStamp = 0;  // changes whenever content or times change (nanoseconds of last write and change, mixed)
-  std::uint64_t device = 0;      // device and index together name the file
+  bool readOnly = false;  // no write bit for its owner
+  std::int64_t changeStamp =
+      0;                     // changes whenever content or times change (nanoseconds of last write and change, mixed)
+  std::uint64_t device = 0;  // device and index together name the file
   std::uint64_t index = 0;
 };
 
 enum class OpenMode {
-  Read,         // an existing file
-  ReadWrite,    // an existing file, or a new empty one
-  Existing,     // an existing file, for reading and writing
-  CreateNew,    // a new empty file; fails with Exists when the name is taken, also by a link
-  Truncate,     // an existing file emptied, or a new one
+  Read,       // an existing file
+  ReadWrite,  // an existing file, or a new empty one
+  Existing,   // an existing file, for reading and writing
+  CreateNew,  // a new empty file; fails with Exists when the name is taken, also by a link
+  Truncate,   // an existing file emptied, or a new one
 };
 
 // How far a copy came.
@@ -71,7 +72,8 @@ class File {
   // Content and length are on the medium when this returns.
   [[nodiscard]] Status Flush();
   [[nodiscard]] Result<FileInfo> Info() const;
-  // Sets creation and last-write time; the access time keeps its value.
+  // Sets creation and last-write time; the access time keeps its value. A zero date, and a creation time that is no
+  // date, is left as it is.
   [[nodiscard]] Status SetTimes(Date created, Date written);
 
  private:
@@ -117,8 +119,9 @@ class NewFile {
 [[nodiscard]] bool FileExists(std::string_view path);
 [[nodiscard]] bool DirectoryExists(std::string_view path);
 
-// Renames within one directory or file system, replacing a file that has the new name.
+// Renames within one directory or file system, replacing a file that has the new name, unless that is read-only.
 [[nodiscard]] Status RenameFile(std::string_view from, std::string_view to);
+// A read-only file is not deleted; of a link the link itself is.
 [[nodiscard]] Status DeleteFile(std::string_view path);
 // Deletes a file; every error is ignored. Wildcards are no wildcards here.
 void KillFile(std::string_view path);
@@ -127,12 +130,14 @@ void KillFile(std::string_view path);
 // form or a level could not be made.
 bool MakePath(std::string_view path);
 
-// The names in a directory, in byte order. `directory` marks directories; links to directories are marked `link`.
+// The names in a directory, in byte order. `directory` marks directories and links to them, `link` every link, `other`
+// what is neither a file nor a directory (a pipe, a device, a link to such a thing or to nothing).
 // A name that the program's form cannot carry is listed with `refused` saying why, its text as far as it can be shown.
 struct DirectoryEntry {
   std::string name;
   bool directory = false;
   bool link = false;
+  bool other = false;
   Status refused;
 };
 [[nodiscard]] Result<std::vector<DirectoryEntry>> ListDirectory(std::string_view directory);

@@ -34,7 +34,7 @@ namespace zelkor::lib {
 
 // The directory of temporary files, with a final backslash.
 [[nodiscard]] Result<std::string> TemporaryDirectory();
-// The directory of Zelkor's own files, with a final backslash; made when missing. The same in native form.
+// The directory of Zelkor's own files, with a final backslash; made when missing.
 [[nodiscard]] Result<std::string> FindProgramDir();
 
 // The running program's own file, in the program's form.
