@@ -1,0 +1,59 @@
+#include "db/item_list.h"
+
+#include "db/memory_rows.h"
+
+namespace zelkor::db {
+namespace {
+
+class ItemList : public testing::Test {
+ protected:
+  ItemList() {
+    list_.Add("Plan", 12, 46000.5);
+    list_.Add("List", 3, 0);
+    list_.Add("Letter", 9999, 0);
+  }
+  MemoryRows rows_;
+  clsList list_{rows_};
+};
+
+TEST_F(ItemList, KeepsARecordNumberInTheRowsKeyBehindTheLetterR) {
+  EXPECT_EQ(rows_.Key(1), "r12");
+  EXPECT_EQ(list_.FileRec(1), 12);
+  EXPECT_EQ(list_.FileRec(3), 9999);
+  list_.SetFileRec(2, 77);
+  EXPECT_EQ(rows_.Key(2), "r77");
+}
+
+TEST_F(ItemList, HasNoDataOfItsOwn) {
+  rows_.SetKey(2, "r41");
+  rows_.SetText(2, "Other");
+  rows_.Select(3);
+  EXPECT_EQ(list_.FileRec(2), 41);
+  EXPECT_EQ(list_.Text(2), "Other");
+  EXPECT_EQ(list_.Row(), 3);
+  rows_.Clear();
+  EXPECT_EQ(list_.Count(), 0);
+}
+
+TEST_F(ItemList, CountsRowsFrom1) {
+  EXPECT_EQ(list_.Count(), 3);
+  EXPECT_EQ(list_.Text(1), "Plan");
+  EXPECT_EQ(list_.Row(), 0);
+  list_.SetRow(2);
+  EXPECT_EQ(list_.Row(), 2);
+  EXPECT_EQ(rows_.DateOf(1), 46000.5);
+}
+
+TEST_F(ItemList, KeepsTheSelectionOnItsRowWhenRowsGo) {
+  list_.SetRow(3);
+  rows_.Keep({false, true, true});
+  EXPECT_EQ(list_.Count(), 2);
+  EXPECT_EQ(list_.FileRec(1), 3);
+  EXPECT_EQ(list_.FileRec(2), 9999);
+  EXPECT_EQ(list_.Row(), 2);
+  rows_.Keep({true, false});
+  EXPECT_EQ(list_.Row(), 0);
+}
+
+}  // namespace
+}  // namespace zelkor::db
