@@ -140,7 +140,9 @@ std::vector<std::string> Catalogue::CollectCodes() {
   return codes;
 }
 
-void Catalogue::ReadCurrentItem() { database_.ReadItem(list_.FileRec(list_.Row())); }
+void Catalogue::ReadCurrentItem() {
+  if (const int row = list_.Row(); row > 0) database_.ReadItem(list_.FileRec(row));
+}
 
 std::optional<std::int32_t> Catalogue::AddItem(std::string_view description, std::string_view fileName) {
   if (database_.RecordCount() >= kMaxItems) {

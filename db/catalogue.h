@@ -49,6 +49,7 @@ class Catalogue {
   bool ApplySelectFilter();
   // Every distinct code of the items now listed, in the order found.
   [[nodiscard]] std::vector<std::string> CollectCodes();
+  // Reads the selected row's item into the database's buffer; nothing when no row is selected.
   void ReadCurrentItem();
 
   // Appends an item with a memo ID of its own; its sync method is that of the item last looked at. Nothing when the

@@ -238,6 +238,9 @@ TEST_F(CatalogueTest, ReadsTheItemOfTheSelectedRow) {
   Items().ItemList().SetRow(2);
   Items().ReadCurrentItem();
   EXPECT_EQ(Current(), "two");
+  Items().ItemList().SetRow(0);
+  Items().ReadCurrentItem();
+  EXPECT_EQ(Current(), "two");
 }
 
 TEST_F(CatalogueTest, MakesTheFirstItemOfAnEmptyFileRecord1) {

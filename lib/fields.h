@@ -64,8 +64,7 @@ class Record {
   [[nodiscard]] std::string Text(const Field& field) const { return std::string(FieldText(RawText(field))); }
   // Stored left-aligned, padded with blanks, cut on the right when longer than the field.
   void SetText(const Field& field, std::string_view value) {
-    const std::size_t length = std::min(value.size(), field.width);
-    std::memcpy(bytes_.data() + field.offset, value.data(), length);
+    const std::size_t length = value.copy(bytes_.data() + field.offset, field.width);
     std::memset(bytes_.data() + field.offset + length, ' ', field.width - length);
   }
 
