@@ -28,9 +28,15 @@ constexpr int kInvalidLinesReported = 10;
 
 constexpr const char* kSeeSettings = "\r\nSee File/Settings/ReMapping.";
 
-void CreateDefaultFile(const std::string& path) {
+// A failure when something stands under that name already.
+lib::Status CreateDefaultFile(const std::string& path) {
   lib::Result<lib::File> file = lib::File::Open(path, lib::OpenMode::CreateNew);
-  if (file.Ok()) static_cast<void>(file->WriteAt(0, kDefaultFile));
+  if (file.Ok()) {
+    static_cast<void>(file->WriteAt(0, kDefaultFile));
+  } else if (file.Why() == lib::Cause::Exists) {
+    return file.Failure();
+  }
+  return {};
 }
 
 }  // namespace
@@ -39,12 +45,10 @@ void RemapTable::LoadRemapTable(const std::string& programDir, lib::User& user) 
   const std::string path = programDir + "ReMap.txt";
   const lib::Result<std::string> content = lib::ReadSmallFile(path, kLargestFile);
   if (!content.Ok()) {
-    if (content.Why() == lib::Cause::NotFound) {
-      CreateDefaultFile(path);
-    } else {
-      // The file is there: replacing it by the default one would lose what the user wrote.
-      user.Message(content.Failure().Message() + "." + kSeeSettings, lib::Icon::Critical);
-    }
+    const lib::Status status =
+        content.Why() == lib::Cause::NotFound ? CreateDefaultFile(path) : lib::Status(content.Failure());
+    // A file is there: replacing it by the default one would lose what the user wrote.
+    if (!status.Ok()) user.Message(status.Message() + "." + kSeeSettings, lib::Icon::Critical);
     return;
   }
 
