@@ -18,14 +18,16 @@ namespace zelkor::lib {
 // What the system tells about a file.
 struct FileInfo {
   std::int64_t size = 0;  // bytes
-  Date created = 0;       // local times to the second
+  // Local times to the second. Only an open file tells a creation time that SetTimes has kept beside the system's own.
+  Date created = 0;
   Date accessed = 0;
   Date written = 0;
   bool directory = false;
   bool readOnly = false;  // no write bit for its owner
-  std::int64_t changeStamp =
-      0;                     // changes whenever content or times change (nanoseconds of last write and change, mixed)
-  std::uint64_t device = 0;  // device and index together name the file
+  // Changes whenever content or times change: nanoseconds of the last write and of the last change, mixed.
+  std::int64_t changeStamp = 0;
+  // Both together name the file.
+  std::uint64_t device = 0;
   std::uint64_t index = 0;
 };
 

@@ -4,6 +4,8 @@
 
 #include "lib/clock.h"
 #include "lib/format.h"
+#include "lib/native_path.h"
+#include "lib/paths.h"
 #include "lib/selection.h"
 
 namespace zelkor::sync {
@@ -98,8 +100,7 @@ bool ItemExporter::WriteItem(SyncWriter& writer, db::FileRec item, State state, 
     const bool whole = lib::ExpandSelection(selection, [&](const lib::SelectedFile& file) {
       if (context_.user.Cancelled()) return false;
       if (!file.refused.Ok()) {
-        context_.log.LogLine("  " + file.refused.Message());
-        hold_.HoldForError(file.refused.Message());
+        NoteLeftOut(file);
         return true;
       }
       return WriteFile(writer, file.path, cutoff, failure);
@@ -111,6 +112,15 @@ bool ItemExporter::WriteItem(SyncWriter& writer, db::FileRec item, State state, 
   }
   failure = writer.EndItem(item, lib::NormaliseSelection(context_.remap.RemapPath(selection, false)));
   return failure.Ok();
+}
+
+void ItemExporter::NoteLeftOut(const lib::SelectedFile& file) {
+  context_.log.LogLine("  " + file.refused.Message());
+  // A name that no sync file can carry stays behind for good. A folder that is not there holds nothing. But what stands
+  // on a drive that this computer can not reach, or in a folder that it may not read, may be due.
+  const bool driveKnown = lib::IsDrivePath(file.path) ? lib::ToNative(file.path.substr(0, 3)).Ok() : true;
+  const bool forGood = file.refused.Why() == lib::Cause::Refused && driveKnown;
+  if (!forGood && !IsMissing(file.refused.Why())) hold_.HoldForError(file.refused.Message());
 }
 
 bool ItemExporter::WriteFile(SyncWriter& writer, const std::string& path, lib::Date cutoff, lib::Status& failure) {

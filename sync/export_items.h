@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "db/memory_rows.h"
+#include "lib/selection.h"
 #include "net/target_rec.h"
 #include "sync/context.h"
 #include "sync/export_date.h"
@@ -41,6 +42,8 @@ class ItemExporter {
   // Writes one item. False as WriteBlock.
   bool WriteItem(SyncWriter& writer, db::FileRec item, State state, lib::Status& failure);
   bool WriteFile(SyncWriter& writer, const std::string& path, lib::Date cutoff, lib::Status& failure);
+  // Logs what an item's selection could not name, and holds the date where a due file may be behind it.
+  void NoteLeftOut(const lib::SelectedFile& file);
   // The first file of the item that is newer than the last export; empty when there is none.
   [[nodiscard]] std::string FirstDueFile(const db::FileRec& item) const;
   void CountBytes();

@@ -96,7 +96,8 @@ Result<FileInfo> GetFileInfo(std::string_view path) {
   struct statx facts {};
   std::string native;
   if (Status read = ReadPathFacts(path, facts, native); !read.Ok()) return read;
-  return posix::ToFileInfo(facts, posix::ReadCreated({.path = native.c_str()}));
+  // Reading the creation time that we keep beside the system's own would cost every look a second system call.
+  return posix::ToFileInfo(facts, std::nullopt);
 }
 
 bool FileExists(std::string_view path) {
