@@ -1,0 +1,172 @@
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "lib/files.h"
+#include "tests/support/sandbox.h"
+
+namespace zelkor::lib {
+namespace {
+
+namespace fs = std::filesystem;
+
+class NewFileTest : public tests::Sandbox {
+ protected:
+  static struct stat StatOf(const fs::path& path) {
+    struct stat info {};
+    EXPECT_EQ(lstat(path.c_str(), &info), 0) << path;
+    return info;
+  }
+  static mode_t ModeOf(const fs::path& path) { return StatOf(path).st_mode & 07777; }
+  [[nodiscard]] std::ptrdiff_t NamesInHome() const { return std::distance(fs::directory_iterator(Home()), {}); }
+  static NewFile With(std::string_view path, std::string_view content) {
+    Result<NewFile> file = NewFile::Create(path);
+    EXPECT_TRUE(file.Ok()) << file.Failure().Message();
+    EXPECT_TRUE(file->Content().WriteAt(0, content).Ok());
+    return std::move(*file);
+  }
+};
+
+TEST_F(NewFileTest, TakesItsNameOnlyWhenTold) {
+  NewFile file = With("c:\\a.txt", "whole");
+  EXPECT_FALSE(fs::exists(Home() / "a.txt"));
+  EXPECT_EQ(file.Content().Path(), "c:\\a.txt");
+  ASSERT_TRUE(file.Replace().Ok());
+  EXPECT_EQ(ReadNative(Home() / "a.txt"), "whole");
+  EXPECT_EQ(NamesInHome(), 1);
+}
+
+TEST_F(NewFileTest, IsGoneWithoutATraceWhenItIsNotCommitted) {
+  WriteNative(Home() / "a.txt", "old");
+  With("c:\\a.txt", "half");
+  With("c:\\b.txt", "half");
+  EXPECT_EQ(NamesInHome(), 1);
+  EXPECT_EQ(ReadNative(Home() / "a.txt"), "old");
+}
+
+TEST_F(NewFileTest, IsNotReadableByOthersBeforeItHasItsName) {
+  const mode_t mask = umask(022);
+  const NewFile file = With("c:\\a.txt", "half");
+  for (const auto& entry : fs::directory_iterator(Home())) EXPECT_EQ(ModeOf(entry.path()), 0600U) << entry.path();
+  umask(mask);
+}
+
+TEST_F(NewFileTest, GetsTheModeOfNewFiles) {
+  const mode_t mask = umask(0);
+  umask(mask);
+  ASSERT_TRUE(With("c:\\a", "").Replace().Ok());
+  ASSERT_TRUE(With("c:\\b", "").TakeFreeName().Ok());
+  EXPECT_EQ(ModeOf(Home() / "a"), 0666 & ~mask);
+  EXPECT_EQ(ModeOf(Home() / "b"), 0666 & ~mask);
+}
+
+TEST_F(NewFileTest, KeepsTheModeAndOwnerOfAReplacedFile) {
+  for (const mode_t mode : {0600U, 0640U, 0666U, 0755U}) {
+    WriteNative(Home() / "a", "old");
+    ASSERT_EQ(chmod((Home() / "a").c_str(), mode), 0);
+    if (geteuid() == 0) {
+      ASSERT_EQ(chown((Home() / "a").c_str(), 1234, 5678), 0);
+    }
+    ASSERT_TRUE(With("c:\\a", "new").Replace().Ok());
+    EXPECT_EQ(ModeOf(Home() / "a"), mode);
+    if (geteuid() == 0) {
+      EXPECT_EQ(StatOf(Home() / "a").st_uid, 1234U);
+      EXPECT_EQ(StatOf(Home() / "a").st_gid, 5678U);
+    }
+    EXPECT_EQ(ReadNative(Home() / "a"), "new");
+    EXPECT_EQ(NamesInHome(), 1);
+  }
+}
+
+TEST_F(NewFileTest, ReplacesTheFileThatHasTheNameInAnotherCase) {
+  WriteNative(Home() / "Docs/Letter.TXT", "old");
+  ASSERT_TRUE(With("c:\\docs\\letter.txt", "new").Replace().Ok());
+  EXPECT_EQ(ReadNative(Home() / "Docs/Letter.TXT"), "new");
+  ASSERT_TRUE(With("c:\\DOCS\\other.txt", "x").Replace().Ok());
+  ASSERT_TRUE(With("c:\\DOCS\\OTHER.txt", "y").Replace().Ok());
+  EXPECT_EQ(ReadNative(Home() / "Docs/other.txt"), "y");
+  EXPECT_EQ(std::distance(fs::directory_iterator(Home() / "Docs"), {}), 2);
+}
+
+TEST_F(NewFileTest, LeavesReadersOfTheOldFileTheirContent) {
+  WriteNative(Home() / "a", "old");
+  const Result<File> reader = File::Open("c:\\a", OpenMode::Read);
+  ASSERT_TRUE(With("c:\\a", "new").Replace().Ok());
+  std::string content(3, '\0');
+  EXPECT_EQ(reader->ReadAt(0, content).Value(), 3U);
+  EXPECT_EQ(content, "old");
+}
+
+TEST_F(NewFileTest, TakesAFreeNameButNoTakenOne) {
+  ASSERT_TRUE(With("c:\\free", "1").TakeFreeName().Ok());
+  EXPECT_EQ(ReadNative(Home() / "free"), "1");
+  const Status taken = With("c:\\FREE", "2").TakeFreeName();
+  EXPECT_EQ(taken.Why(), Cause::Exists);
+  EXPECT_EQ(taken.Message(), "\"c:\\FREE\": the name is taken");
+  EXPECT_EQ(ReadNative(Home() / "free"), "1");
+  EXPECT_EQ(NamesInHome(), 1);
+}
+
+TEST_F(NewFileTest, NoticesANameThatSomebodyTookMeanwhile) {
+  NewFile free = With("c:\\a", "ours");
+  NewFile replacing = With("c:\\a", "ours");
+  WriteNative(Home() / "a", "theirs");
+  EXPECT_EQ(free.TakeFreeName().Why(), Cause::Exists);
+  EXPECT_EQ(ReadNative(Home() / "a"), "theirs");
+  EXPECT_TRUE(replacing.Replace().Ok());
+  EXPECT_EQ(ReadNative(Home() / "a"), "ours");
+}
+
+TEST_F(NewFileTest, SparesAReadOnlyFileThatCameMeanwhile) {
+  NewFile file = With("c:\\a", "ours");
+  WriteNative(Home() / "a", "theirs");
+  ASSERT_EQ(chmod((Home() / "a").c_str(), 0444), 0);
+  EXPECT_EQ(file.Replace().Why(), Cause::ReadOnly);
+  EXPECT_EQ(ReadNative(Home() / "a"), "theirs");
+}
+
+TEST_F(NewFileTest, TellsAtOnceWhatStandsInTheWay) {
+  WriteNative(Home() / "fixed", "f");
+  ASSERT_EQ(chmod((Home() / "fixed").c_str(), 0444), 0);
+  fs::create_directory(Home() / "dir");
+  fs::create_directory_symlink(Home() / "dir", Home() / "linked");
+  EXPECT_EQ(NewFile::Create("c:\\fixed").Why(), Cause::ReadOnly);
+  EXPECT_EQ(NewFile::Create("c:\\FIXED").Why(), Cause::ReadOnly);
+  EXPECT_EQ(NewFile::Create("c:\\dir").Why(), Cause::Exists);
+  EXPECT_EQ(NewFile::Create("c:\\linked").Why(), Cause::Exists);
+  EXPECT_EQ(NewFile::Create("c:\\none\\a").Why(), Cause::PathNotFound);
+  EXPECT_EQ(NewFile::Create("c:\\fixed\\a").Why(), Cause::PathNotFound);
+  EXPECT_EQ(NewFile::Create("c:\\a?").Why(), Cause::Refused);
+  EXPECT_EQ(NewFile::Create("q:\\a").Why(), Cause::Refused);
+  EXPECT_EQ(NamesInHome(), 3);
+}
+
+TEST_F(NewFileTest, ReplacesALinkItselfAndNeverWritesThroughIt) {
+  WriteNative(Root() / "target", "target");
+  fs::create_symlink(Root() / "target", Home() / "link");
+  fs::create_symlink(Root() / "none", Home() / "dangling");
+  ASSERT_TRUE(With("c:\\link", "new").Replace().Ok());
+  ASSERT_TRUE(With("c:\\dangling", "new").Replace().Ok());
+  EXPECT_EQ(ReadNative(Root() / "target"), "target");
+  EXPECT_FALSE(fs::exists(Root() / "none"));
+  EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(Home() / "link")));
+  EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(Home() / "dangling")));
+  fs::create_symlink(Root() / "none", Home() / "taken");
+  EXPECT_EQ(With("c:\\taken", "new").TakeFreeName().Why(), Cause::Exists);
+}
+
+TEST_F(NewFileTest, TakesOneNameAfterAnotherInOneDirectory) {
+  for (int round = 0; round < 2; ++round) {
+    for (int i = 0; i < 200; ++i) {
+      const std::string name = "f" + std::to_string(i);
+      ASSERT_TRUE(With("c:\\" + name, name + std::to_string(round)).Replace().Ok());
+      ASSERT_EQ(ReadNative(Home() / name), name + std::to_string(round));
+    }
+  }
+  EXPECT_EQ(NamesInHome(), 200);
+}
+
+}  // namespace
+}  // namespace zelkor::lib

@@ -1,0 +1,64 @@
+#include "lib/shell.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include "tests/support/sandbox.h"
+
+namespace zelkor::lib {
+namespace {
+
+namespace fs = std::filesystem;
+
+// An opener of the test's own, which tells what it was given and where it stands through a named pipe; reading from the
+// pipe waits for it.
+class Shell : public tests::Sandbox {
+ protected:
+  Shell() : path_(std::getenv("PATH")) {
+    const fs::path opener = Root() / "bin/xdg-open";
+    WriteNative(opener, "#!/bin/sh\n{ printf '[%s]' \"$@\"; printf ' %s' \"$PWD\"; } > '" + Pipe().string() + "'\n");
+    fs::permissions(opener, fs::perms::owner_all);
+    setenv("PATH", ((Root() / "bin").string() + ":" + path_).c_str(), 1);
+    EXPECT_EQ(mkfifo(Pipe().c_str(), 0600), 0);
+  }
+  ~Shell() override { setenv("PATH", path_.c_str(), 1); }
+  [[nodiscard]] fs::path Pipe() const { return Root() / "pipe"; }
+  [[nodiscard]] std::string Told() const { return ReadNative(Pipe()); }
+
+ private:
+  std::string path_;
+};
+
+TEST_F(Shell, OpensADocumentByItsNativePathInTheHomeDirectory) {
+  WriteNative(Home() / "Letters/it's $HOME; x.txt", "");
+  ShellOpen("C:\\letters\\IT'S $home; X.txt");
+  EXPECT_EQ(Told(), "[" + (Home() / "Letters/it's $HOME; x.txt").string() + "] " + Home().string());
+}
+
+TEST_F(Shell, OpensAWebPageByItsAddress) {
+  OpenWebPage("www.example.org/a b");
+  EXPECT_EQ(Told(), "[http://www.example.org/a b] " + Home().string());
+}
+
+TEST_F(Shell, LeavesNoChildBehind) {
+  OpenWebPage("www.example.org");
+  EXPECT_NE(Told(), "");
+  errno = 0;
+  EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+  EXPECT_EQ(errno, ECHILD);
+}
+
+TEST_F(Shell, DoesNothingWithoutAnOpener) {
+  fs::remove(Root() / "bin/xdg-open");
+  setenv("PATH", (Root() / "bin").c_str(), 1);
+  ShellOpen("c:\\a.txt");
+  ShellOpen("q:\\a.txt");
+  SUCCEED();
+}
+
+}  // namespace
+}  // namespace zelkor::lib
