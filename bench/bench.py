@@ -8,7 +8,8 @@ Two computers, office and laptop, share one machine: each has its own home direc
 Office exports to a stick (a folder), laptop imports from it. In each round every contender works once on the same
 files, in an order that turns from round to round, each into directories never used before: a file system that has just
 seen thousands of files deleted makes new ones many times more slowly. As root, each round has a fresh ext4 in a loop
-file. All changes are on the medium before a stopwatch starts.
+file, in memory when there is plenty, since many disks are fast for some seconds only. All changes are on the medium
+before a stopwatch starts.
 
 Zelkor flushes what it finishes (the sync file it exports; everything it imports) to the medium; the others do not. So
 each of them is measured twice in one go: when it ends, and when a `sync -f` of its destination has ended after it.
@@ -22,6 +23,7 @@ import os
 import pathlib
 import platform
 import random
+import re
 import shutil
 import statistics
 import subprocess
@@ -41,6 +43,7 @@ QUICK_SETS = {
     "large": (2, 3 << 20, "2 files of 3 MiB"),
 }
 FILES_PER_DIRECTORY = 100
+FEW_FILES = 10
 CHUNK = 1 << 20
 
 # job: (title, [(peer, title, wanted)]); `wanted` is the greatest ratio that is good enough, None when there is none.
@@ -106,6 +109,26 @@ class Medium:
             self.root.rename(self.folder / f"used-{self.count}")
 
 
+def needed_bytes(chosen):
+    """What a round of a set takes at its fullest: of few large files only some copies are there at once."""
+    count, size, _ = chosen
+    copies = 7 if count <= FEW_FILES else 13
+    return (512 << 20) + count * 65536 + count * size * copies
+
+
+def medium_parent(options, chosen):
+    """Where the medium of a set goes, and that in words: in memory when there is plenty of it."""
+    if options.medium is not None:
+        return options.medium, f"in {options.medium}"
+    memory = pathlib.Path("/dev/shm")
+    if not options.quick and os.geteuid() == 0 and memory.is_dir():
+        available = int(re.search(r"MemAvailable:\s*(\d+)", pathlib.Path("/proc/meminfo").read_text())[1]) * 1024
+        # The loop file, and as much again for the system's cache of what is in it; a third is left to others.
+        if needed_bytes(chosen) * 1.4 < available:
+            return memory, "in memory"
+    return None, "on disk"
+
+
 def can_mount(folder):
     if os.geteuid() != 0:
         return False
@@ -114,8 +137,7 @@ def can_mount(folder):
             pass
         return True
     except (Failed, OSError):
-        for leftover in ("image",):
-            (folder / leftover).unlink(missing_ok=True)
+        (folder / "image").unlink(missing_ok=True)
         shutil.rmtree(folder / "medium", ignore_errors=True)
         return False
 
@@ -238,20 +260,25 @@ class Round:
 
         self.turned([self.zelkor_export, self.floor_export, self.tar_create])
         self.turned([self.zelkor_import, self.floor_import, self.tar_extract])
-        self.tidy()
+        self.drop(self.peers / "floor", self.peers / "tar", self.peers / "stick")
         self.turned([self.cp, self.rsync, self.unison])
         self.turned([self.zelkor_unchanged, self.floor_unchanged, self.rsync_again, self.unison_again])
+        self.drop(self.peers / "rsync", self.peers / "unison")
+        self.export_again()
         self.turned([self.zelkor_identical, self.floor_identical])
 
-    def tidy(self):
-        """Large files are done with once compared, so that the medium need not hold them all."""
-        if self.bench.set[0] <= 10:
-            for path in (self.peers / "floor", self.peers / "tar", self.peers / "archive.tar", self.peers / "stick"):
-                if path.is_dir():
-                    shutil.rmtree(path)
-                else:
-                    path.unlink(missing_ok=True)
-            run(["sync", "-f", self.root])
+    def drop(self, *paths):
+        """Removes what is done with when it is large, so that the medium need not hold it all; never many files."""
+        if self.bench.set[0] > FEW_FILES:
+            return
+        for path in paths:
+            if path.is_dir():
+                shutil.rmtree(path)
+            else:
+                path.unlink()
+        run(["sync", "-f", self.root])
+        if self.bench.mounts:
+            run(["fstrim", self.root])
 
     def compare(self, name, copied):
         if self.number != 0:
@@ -269,7 +296,7 @@ class Round:
     # Zelkor
 
     def zelkor(self, name, computer, switch, other):
-        self.measure(name, [self.bench.zelkor, f'{switch}:{other}:"{program_form(self.stick)}"'], computer.environment())
+        self.measure(name, [self.bench.zelkor, self.bench.word(switch, other, self.stick)], computer.environment())
 
     def zelkor_export(self):
         self.zelkor("export", self.office, "/syncexp", "laptop")
@@ -277,19 +304,23 @@ class Round:
             raise Failed("export left no file")
 
     def zelkor_import(self):
-        # Import deletes what it has collected.
-        shutil.copy(self.stick / "laptop.cas", self.root / "kept.cas")
-        run(["sync", "-f", self.root])
         self.zelkor("import", self.laptop, "/syncimp", "office")
         self.compare("import", self.laptop.home / "data")
+        if (self.stick / "laptop.cas").exists():
+            raise Failed("import left a collected file")
 
     def zelkor_unchanged(self):
         self.zelkor("unchanged export", self.office, "/syncexp", "laptop")
         (self.stick / "laptop.cas").unlink()
 
-    def zelkor_identical(self):
-        shutil.copy(self.root / "kept.cas", self.stick / "laptop.cas")
+    def export_again(self):
+        """The whole export once more, not measured: as if office had never exported."""
+        shutil.copy(self.bench.templates["office"] / "zelkor.cfg", self.office.program)
+        run([self.bench.zelkor, self.bench.word("/syncexp", "laptop", self.stick)], env=self.office.environment())
+        shutil.copy(self.stick / "laptop.cas", self.peers / "again.cas")
         run(["sync", "-f", self.root])
+
+    def zelkor_identical(self):
         self.zelkor("identical import", self.laptop, "/syncimp", "office")
 
     # The floor
@@ -314,11 +345,8 @@ class Round:
                    self.peers / "floor-sync", self.peers / "floor.cas", self.peers / "floor.log", self.bench.now)
 
     def floor_identical(self):
-        again = self.peers / "again.cas"
-        shutil.copy(self.root / "kept.cas", again)
-        run(["sync", "-f", self.root])
-        self.floor("floor identical", "import", again, self.laptop.home, self.peers / "identical.ind",
-                   self.peers / "floor.log", self.bench.naming)
+        self.floor("floor identical", "import", self.peers / "again.cas", self.laptop.home,
+                   self.peers / "identical.ind", self.peers / "floor.log", self.bench.naming)
 
     # Peers
 
@@ -327,6 +355,7 @@ class Round:
         archive = self.peers / "archive.tar"
         self.measure("tar create", ["sh", "-c", 'tar -cf "$1" -C "$2" data && cp "$1" "$3"', "sh", archive,
                                     self.office.home, self.peers / "stick" / "archive.tar"])
+        archive.unlink()
 
     def tar_extract(self):
         (self.peers / "tar").mkdir()
@@ -336,6 +365,7 @@ class Round:
     def cp(self):
         self.measure("cp", ["cp", "-a", self.data, self.peers / "cp"])
         self.compare("cp", self.peers / "cp")
+        self.drop(self.peers / "cp")
 
     def rsync(self):
         self.measure("rsync", ["rsync", "-a", f"{self.data}/", f"{self.peers / 'rsync'}/"])
@@ -361,16 +391,21 @@ class Round:
 
 
 class Bench:
-    def __init__(self, options, folder, name, sizes):
+    def __init__(self, options, folder, chosen, mounts):
         self.options = options
         self.folder = folder
-        self.set = sizes[name]
+        self.set = chosen
+        self.mounts = mounts
         self.naming = "link"
         self.now = int(time.time())
         self.zelkor = options.build / "app" / "zelkor"
         self.seconds = {}
         self.flushed = {}
         self.peaks = {}
+
+    @staticmethod
+    def word(switch, other, folder):
+        return f'{switch}:{other}:"{program_form(folder)}"'
 
     def tool(self, name):
         return self.options.build / "bench" / name
@@ -380,15 +415,14 @@ class Bench:
         self.flushed.setdefault(name, []).append(flushed)
         self.peaks.setdefault(name, []).append(peak)
 
-    def run(self, mounts):
+    def run(self):
         count, size, title = self.set
         self.templates = make_templates(self.folder, self.options.build / "demo" / "zelkor_seed", count)
-        medium = Medium(self.folder, (256 << 20) + count * 65536 + count * size * 13, mounts)
+        medium = Medium(self.folder, needed_bytes(self.set), self.mounts)
         for number in range(self.options.rounds):
             print(f"{title}: round {number + 1} of {self.options.rounds}", file=sys.stderr, flush=True)
             with medium as root:
                 Round(self, root, number).work()
-        shutil.rmtree(self.folder / "template")
 
     def own(self, job):
         """Zelkor's time for a job; it has flushed already, so there is only one."""
@@ -461,8 +495,10 @@ def seconds_table(benches):
     return lay_out(head, rows, False)
 
 
-def report(benches, rounds, mounted):
-    place = "a fresh ext4 in a loop file" if mounted else "fresh directories of a file system in use"
+def report(benches, rounds, places):
+    place = "; ".join(f"{bench.set[2]} on {place}" for bench, place in zip(benches, places))
+    if len(set(places)) == 1:
+        place = places[0]
     return f"""# Performance
 
 `make bench` measures Zelkor beside tar, cp, rsync and unison on the same files in the same run and writes the tables of
@@ -506,7 +542,7 @@ def main():
     parser.add_argument("--report", type=pathlib.Path, help="the page to write")
     parser.add_argument("--rounds", type=int, default=5)
     parser.add_argument("--sets", default="4k,200,large", help="which of 4k,200,large")
-    parser.add_argument("--medium", type=pathlib.Path, help="where the files go (default: the temporary folder)")
+    parser.add_argument("--medium", type=pathlib.Path, help="where the files go (default: memory, or else the temporary folder)")
     parser.add_argument("--quick", action="store_true", help="a smoke test")
     parser.add_argument("--seconds", action="store_true", help="show the times themselves too")
     options = parser.parse_args()
@@ -514,15 +550,17 @@ def main():
         options.rounds = 1
     sizes = QUICK_SETS if options.quick else SETS
 
-    with tempfile.TemporaryDirectory(prefix="zelkor-bench-", dir=options.medium) as name:
-        folder = pathlib.Path(name).resolve()
-        mounts = not options.quick and can_mount(folder)
-        benches = []
-        for set_name in options.sets.split(","):
-            (folder / set_name).mkdir()
-            bench = Bench(options, folder / set_name, set_name, sizes)
-            bench.run(mounts)
-            benches.append(bench)
+    benches = []
+    places = []
+    for name in options.sets.split(","):
+        parent, place = medium_parent(options, sizes[name])
+        with tempfile.TemporaryDirectory(prefix="zelkor-bench-", dir=parent) as folder:
+            folder = pathlib.Path(folder).resolve()
+            mounts = not options.quick and can_mount(folder)
+            bench = Bench(options, folder, sizes[name], mounts)
+            bench.run()
+        benches.append(bench)
+        places.append(f"a fresh ext4 in a loop file {place}" if mounts else f"fresh directories {place}")
 
     print(table(benches, False), peak_table(benches, False), sep="\n\n")
     if options.seconds:
@@ -532,7 +570,7 @@ def main():
         return 0
     if options.report is not None:
         options.report.parent.mkdir(parents=True, exist_ok=True)
-        options.report.write_text(report(benches, options.rounds, mounts))
+        options.report.write_text(report(benches, options.rounds, places))
         print(f"\nWritten to {options.report}.")
     slow = missed(benches)
     print("", *(slow or ["Everything is as fast and small as wanted."]), sep="\n")

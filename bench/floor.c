@@ -6,8 +6,8 @@
 // export writes every file of the catalogue's items (one file an item, on drive c, which is HOME) that changed after
 // SINCE (Unix seconds) to TEMPORARY, and copies that to DESTINATION, flushed before it takes its name. import writes
 // every file of SYNCFILE that is missing below HOME, whole and with its time before it takes its name, and appends its
-// item to CATALOGUE; a file that is there with the entry's time is left alone. A line for each item and file goes to
-// LOG and to standard output with one write each. Local time is taken to be UTC.
+// item to CATALOGUE; a file that is there with the entry's time is left alone; at its end SYNCFILE is deleted. A line
+// for each item and file goes to LOG and to standard output with one write each. Local time is taken to be UTC.
 #define _GNU_SOURCE
 #include <errno.h>
 #include <fcntl.h>
@@ -316,6 +316,7 @@ static void Import(const char* syncFile, const char* home, const char* catalogue
   // Once for all files: they are on the medium before the run counts as done.
   Checked(syncfs(catalogue), cataloguePath);
   close(catalogue);
+  Checked(unlink(syncFile), syncFile);
 }
 
 int main(int argc, char** argv) {

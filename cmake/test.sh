@@ -21,7 +21,7 @@ for variant in "${variants[@]}"; do
   report=build/$variant/tests.xml
   rm -f "$report"
   # The status of ctest is not enough: it is 0 too when there was nothing to run.
-  ctest --preset "$variant" -j "$jobs" --progress --output-junit "$PWD/$report" || true
+  ctest --preset "$variant" -j "$jobs" --output-junit "$PWD/$report" | grep -v --line-buffered "^ *Start " || true
   [ -s "$report" ] || { echo "ctest left no report for $variant" >&2; exit 1; }
   suite=$(grep -A 12 -m 1 '<testsuite' "$report" | tr '\n' ' ')
   count() { sed -n "s/.*[[:space:]]$1=\"\([0-9]*\)\".*/\1/p" <<<"$suite" | head -n 1; }
