@@ -61,12 +61,13 @@ sync() {
   local computer=$1 word=$2 log=$root/output status=0 lines
   printf '\n%s$ zelkor '\''%s'\''%s\n' "$bold$computer" "$word" "$plain"
   as "$computer" "$zelkor" "$word" >"$log" 2>&1 </dev/null || status=$?
-  lines=$(wc -l <"$log")
   printf '%s' "$dim"
-  if [ "$lines" -gt 22 ]; then
-    head -n 9 "$log" | sed 's/^/  /'
-    printf '  … %d lines …\n' $((lines - 20))
-    tail -n 11 "$log" | sed 's/^/  /'
+  # The first lines, and those from the counts on.
+  lines=$(grep -n -m 1 -e ' files exported$' -e '^File summary:' "$log" | cut -d : -f 1) || true
+  if [ -n "$lines" ] && [ "$lines" -gt 12 ]; then
+    head -n 8 "$log" | sed 's/^/  /'
+    printf '  … %d lines …\n' $((lines - 9))
+    tail -n +"$lines" "$log" | sed 's/^/  /'
   else
     sed 's/^/  /' "$log"
   fi
