@@ -78,6 +78,8 @@ RunningProcess::RunningProcess(const Command& command)
     if (terminal_) {
       setsid();
       ioctl(err.writing, TIOCSCTTY, 0);
+    } else {
+      setpgid(0, 0);
     }
     dup2(in.reading, 0);
     dup2(out.writing, 1);
@@ -99,7 +101,7 @@ RunningProcess::RunningProcess(const Command& command)
 
 RunningProcess::~RunningProcess() {
   if (!reaped_ && pid_ > 0) {
-    kill(pid_, SIGKILL);
+    KillAll();
     waitpid(pid_, nullptr, 0);
   }
   for (int* fd : {&input_, &output_, &error_, &exitFd_}) CloseFd(*fd);
@@ -182,6 +184,12 @@ void RunningProcess::CloseInput() {
   CloseFd(input_);
 }
 
+// The process leads a group of its own, so that nothing it started outlives it.
+void RunningProcess::KillAll() const {
+  kill(-pid_, SIGKILL);
+  kill(pid_, SIGKILL);
+}
+
 void RunningProcess::Signal(int number) const { kill(pid_, number); }
 
 Outcome RunningProcess::Wait() {
@@ -191,7 +199,7 @@ Outcome RunningProcess::Wait() {
   while ((moved = ReadMore(TimeLeft())) == Moved::Yes) continue;
   if (moved == Moved::TimedOut) {
     outcome.timedOut = true;
-    kill(pid_, SIGKILL);
+    KillAll();
   }
   int status = 0;
   waitpid(pid_, &status, 0);

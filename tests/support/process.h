@@ -53,6 +53,7 @@ class RunningProcess {
 
  private:
   enum class Moved { Yes, Ended, TimedOut };
+  void KillAll() const;
   // Reads what has come; waits at most `patience` for something to come.
   Moved ReadMore(std::chrono::milliseconds patience);
   static bool ReadInto(std::string& text, int& fd);
