@@ -74,6 +74,8 @@ class File {
   // Content and length are on the medium when this returns.
   [[nodiscard]] Status Flush();
   [[nodiscard]] Result<FileInfo> Info() const;
+  // The device alone, as in FileInfo, for less.
+  [[nodiscard]] Result<std::uint64_t> Device() const;
   // Sets creation and last-write time; the access time keeps its value. A zero date, and a creation time that is no
   // date, is left as it is.
   [[nodiscard]] Status SetTimes(Date created, Date written);

@@ -193,8 +193,8 @@ Decision ItemImporter::TakeFile(SyncReader& reader, const FileHeader& entry, db:
 }
 
 void ItemImporter::NoteWritten(const lib::File& file, const std::string& path) {
-  const lib::Result<lib::FileInfo> info = file.Info();
-  if (info.Ok()) writtenOn_.try_emplace(info->device, path);
+  const lib::Result<std::uint64_t> device = file.Device();
+  if (device.Ok()) writtenOn_.try_emplace(*device, path);
 }
 
 lib::Status ItemImporter::FlushWritten() const {

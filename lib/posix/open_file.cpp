@@ -177,6 +177,12 @@ Result<FileInfo> File::Info() const {
   return posix::ToFileInfo(facts, posix::ReadCreated({.descriptor = state_->file.Get()}));
 }
 
+Result<std::uint64_t> File::Device() const {
+  struct stat info {};
+  if (fstat(state_->file.Get(), &info) != 0) return SystemFailure(errno, state_->path);
+  return std::uint64_t{info.st_dev};
+}
+
 Status File::SetTimes(Date created, Date written) {
   state_->facts.reset();
   if (!IsDate(written)) return posix::Failure(Cause::Failed, state_->path, "its time is no date");

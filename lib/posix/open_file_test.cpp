@@ -1,6 +1,9 @@
+#include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <random>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -139,6 +142,7 @@ TEST_F(OpenFile, InfoFollowsWhatHappensToTheFile) {
   const FileInfo first = file->Info().Value();
   EXPECT_EQ(first.size, 5);
   EXPECT_EQ(first.changeStamp, GetFileInfo("c:\\a")->changeStamp);
+  EXPECT_EQ(file->Device().Value(), first.device);
   WriteNative(Home() / "a", "123456789");  // by somebody else
   EXPECT_EQ(file->Info()->size, 9);
   ASSERT_TRUE(file->WriteAt(9, std::string_view("0")).Ok());
@@ -203,6 +207,35 @@ TEST_F(OpenFile, CopyTellsTheDestinationsFailureFromTheSources) {
     EXPECT_FALSE(outcome.readFailed);
     EXPECT_EQ(outcome.copied, 0);
   }
+}
+
+TEST_F(OpenFile, CountsALimitOnTheSizeOfFilesAsAFullDisk) {
+  rlimit before{};
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+  const rlimit small{.rlim_cur = 100000, .rlim_max = before.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+  Result<File> file = File::Open("c:\\a", OpenMode::CreateNew);
+  const Status written = file->WriteAt(0, Bytes(200000));
+  setrlimit(RLIMIT_FSIZE, &before);
+  std::signal(SIGXFSZ, handler);
+  EXPECT_EQ(written.Why(), Cause::DiskFull);
+  EXPECT_EQ(written.Message(), "\"c:\\a\": the file is too large for the disk");
+}
+
+// Run with faults below the program: the first transfer from "broken" moves half, the others fail.
+class BrokenSource : public OpenFile {};
+
+TEST_F(BrokenSource, IsToldFromAFailureOfTheDestination) {
+  if (std::getenv("FAULTS_RULES") == nullptr) GTEST_SKIP() << "no faults here";
+  WriteNative(Home() / "broken", Bytes(3 << 20));
+  const Result<File> from = File::Open("c:\\broken", OpenMode::Read);
+  Result<File> to = File::Open("c:\\to", OpenMode::CreateNew);
+  const CopyOutcome outcome = CopyRange(*from, 0, *to, 0, 3 << 20);
+  EXPECT_TRUE(outcome.readFailed);
+  EXPECT_EQ(outcome.status.Message(), "\"c:\\broken\": input/output error");
+  EXPECT_EQ(outcome.copied, 3 << 19);
+  EXPECT_EQ(to->Length().Value(), 3 << 19);
 }
 
 }  // namespace

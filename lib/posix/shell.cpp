@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -19,6 +20,9 @@ constexpr const char* kOpener = "xdg-open";
 // In the grandchild: only calls that are safe after a fork.
 [[noreturn]] void Become(const char* directory, char* const* arguments) {
   setsid();
+  // What this program ignores its child would ignore too.
+  signal(SIGPIPE, SIG_DFL);
+  signal(SIGXFSZ, SIG_DFL);
   if (chdir(directory) != 0 && chdir("/") != 0) _exit(126);
   const int nothing = open("/dev/null", O_RDWR);
   for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(nothing, standard);

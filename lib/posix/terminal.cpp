@@ -42,6 +42,8 @@ void WatchForInterrupt() {
   // A reader of our output that goes away is no reason to stop a synchronisation.
   action.sa_handler = SIG_IGN;
   sigaction(SIGPIPE, &action, nullptr);
+  // Writing past a limit on the size of files is then an error of that write, like a full disk.
+  sigaction(SIGXFSZ, &action, nullptr);
 }
 
 bool Interrupted() { return interrupts != 0; }
