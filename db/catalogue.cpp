@@ -60,12 +60,11 @@ void Catalogue::SelectFirstRow() {
   ReadCurrentItem();
 }
 
-void Catalogue::FillItemList(Mask shown, FillBy by) {
+void Catalogue::FillItemList(Mask shown) {
   filters_.activeSelection.clear();
   filters_.activeExclusion.clear();
   shown_ = shown;
-  filledBy_ = by;
-  if (by == FillBy::User) DropExportStates();
+  DropExportStates();
   list_.Rows().Clear();
   user_.PendingEvents();
 
@@ -110,7 +109,7 @@ bool Catalogue::ApplySelectFilter() {
   user_.PendingEvents();
   if (!any) {
     user_.Message("Nothing selected!", lib::Icon::Exclamation);
-    FillItemList(shown_, filledBy_);
+    FillItemList(shown_);
     return false;
   }
   list_.Rows().Keep(keep);

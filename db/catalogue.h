@@ -40,10 +40,9 @@ class Catalogue {
   Catalogue(Database& database, lib::ListRows& rows, lib::User& user);
 
   // Rebuilds the list, empties the active codes, reports equal memo IDs, selects row 1 and reads its item. More than
-  // kMaxItems records are a run-time error. A user's fill also drops the export states chosen in the Edit menu; a
-  // run's own fill keeps them.
-  enum class FillBy { User, Run };
-  void FillItemList(Mask shown, FillBy by = FillBy::User);
+  // kMaxItems records are a run-time error. Drops the export states chosen in the Edit menu; a run fills
+  // a list of its own and so keeps them.
+  void FillItemList(Mask shown);
   // Removes the rows that the active codes do not keep. When none would be left: "Nothing selected!", the full list
   // again (as the last fill made it), and false.
   bool ApplySelectFilter();
@@ -76,7 +75,6 @@ class Catalogue {
   lib::User& user_;
   Filters filters_;
   Mask shown_ = kLiveItems;
-  FillBy filledBy_ = FillBy::User;
   std::unordered_map<std::int32_t, std::int32_t> chosenStates_;
   std::mt19937_64 random_;
 };
