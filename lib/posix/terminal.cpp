@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -27,6 +28,23 @@ void WriteAll(int descriptor, std::string_view text) {
     if (written <= 0) return;
     text.remove_prefix(static_cast<std::size_t>(written));
   }
+}
+
+// Waits until standard input can be read or has ended; false when an interrupt came first, also one that came just
+// before the wait: the signals are held back but for the wait itself.
+bool WaitForInput() {
+  sigset_t watched;
+  sigemptyset(&watched);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&watched, signal);
+  sigset_t usual;
+  sigprocmask(SIG_BLOCK, &watched, &usual);
+  bool ready = false;
+  while (!ready && interrupts == 0) {
+    pollfd input{.fd = STDIN_FILENO, .events = POLLIN, .revents = 0};
+    ready = ppoll(&input, 1, nullptr, &usual) >= 0 || errno != EINTR;
+  }
+  sigprocmask(SIG_SETMASK, &usual, nullptr);
+  return ready;
 }
 
 }  // namespace
@@ -62,8 +80,9 @@ std::optional<std::string> ReadInputLine() {
   std::string line;
   for (;;) {
     char c = 0;
+    if (!WaitForInput()) return std::nullopt;
     const ssize_t got = ::read(STDIN_FILENO, &c, 1);
-    if (got < 0 && errno == EINTR && !Interrupted()) continue;
+    if (got < 0 && errno == EINTR) continue;
     if (got <= 0) {
       if (got == 0 && !line.empty()) return line;
       return std::nullopt;
