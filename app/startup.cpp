@@ -51,7 +51,8 @@ std::optional<int> OpenData(ProgramState& state) {
     case db::Database::Opened::Unusable:
       return sync::kStatusFailed;
   }
-  state.remap.LoadRemapTable(state.ProgramDir, state.user);
+  // Without its table a synchronisation would put files and items where they do not belong.
+  if (!state.remap.LoadRemapTable(state.ProgramDir, state.user)) return sync::kStatusFailed;
   state.catalogue.FillItemList(db::kLiveItems);
   return std::nullopt;
 }

@@ -41,7 +41,7 @@ lib::Status CreateDefaultFile(const std::string& path) {
 
 }  // namespace
 
-void RemapTable::LoadRemapTable(const std::string& programDir, lib::User& user) {
+bool RemapTable::LoadRemapTable(const std::string& programDir, lib::User& user) {
   const std::string path = programDir + "ReMap.txt";
   const lib::Result<std::string> content = lib::ReadSmallFile(path, kLargestFile);
   if (!content.Ok()) {
@@ -49,7 +49,7 @@ void RemapTable::LoadRemapTable(const std::string& programDir, lib::User& user) 
         content.Why() == lib::Cause::NotFound ? CreateDefaultFile(path) : lib::Status(content.Failure());
     // A file is there: replacing it by the default one would lose what the user wrote.
     if (!status.Ok()) user.Message(status.Message() + "." + kSeeSettings, lib::Icon::Critical);
-    return;
+    return status.Ok();
   }
 
   std::int64_t lineNumber = 0;
@@ -76,6 +76,7 @@ void RemapTable::LoadRemapTable(const std::string& programDir, lib::User& user) 
                      kSeeSettings,
                  lib::Icon::Critical);
   }
+  return true;
 }
 
 std::string RemapTable::RemapPath(std::string_view paths, bool toLocal) const {

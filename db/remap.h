@@ -16,7 +16,8 @@ class RemapTable {
   // Reads "ReMap.txt" of `programDir` and appends its entries to those loaded before (on purpose: the first version
   // stays in force). Creates the file with an explanation when it is missing. A message for each of the first invalid
   // lines, and one for the rest. More than kMaxRemapEntries entries are a run-time error.
-  void LoadRemapTable(const std::string& programDir, lib::User& user);
+  // False, after a message, when a file is there that can not be read: nothing may be remapped then, either.
+  bool LoadRemapTable(const std::string& programDir, lib::User& user);
 
   // One path, or several separated by CR LF, rewritten from the local to the shared form, or the other way round.
   [[nodiscard]] std::string RemapPath(std::string_view paths, bool toLocal) const;

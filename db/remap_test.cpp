@@ -29,7 +29,7 @@ class Remap : public tests::Sandbox {
 };
 
 TEST_F(Remap, CreatesTheFileWithAnExplanationWhenItIsMissing) {
-  table_.LoadRemapTable(ProgramDir(), user_);
+  EXPECT_TRUE(table_.LoadRemapTable(ProgramDir(), user_));
   EXPECT_EQ(ReadNative(File()),
             ";Drive/directory remapping\r\n"
             ";Lines beginning with ; are treated as comments\r\n"
@@ -168,7 +168,7 @@ TEST_F(Remap, RefusesAFileThatIsTooLargeToBeATable) {
 
 TEST_F(Remap, ReplacesNothingThatItCanNotRead) {
   std::filesystem::create_directory(File());
-  table_.LoadRemapTable(ProgramDir(), user_);
+  EXPECT_FALSE(table_.LoadRemapTable(ProgramDir(), user_));
   EXPECT_EQ(table_.Count(), 0U);
   EXPECT_TRUE(std::filesystem::is_directory(File()));
   EXPECT_EQ(user_.boxes.size(), 1U);
