@@ -9,7 +9,7 @@
 //   FAULTS_SIGNAL=n          that signal, by number; default 9, SIGKILL
 //   FAULTS_RULES=r|r|…       calls that fail or act; each rule is CALLS:PATHPART:ACTION:FROM[:once]
 //                              CALLS     read, write, open, create, unnamed, rename, link, unlink, sync, truncate,
-//                                        mkdir, times, xattr, mode or any, several joined by "+"
+//                                        mkdir, times, xattr, mode, stat or any, several joined by "+"
 //                              PATHPART  the rule matches when a path of the call contains it; empty matches all
 //                              ACTION    an errno name such as ENOSPC; SHORT (half the bytes are transferred);
 //                                        GROW, CUT or TOUCH (the file gets longer by 1000 bytes, loses its second half,
@@ -52,7 +52,8 @@ enum {
   kFaultsTimes = 2048,
   kFaultsXattr = 4096,
   kFaultsMode = 8192,
-  kFaultsAny = 16383
+  kFaultsStat = 16384,
+  kFaultsAny = 32767
 };
 
 // What the rules say about one call.

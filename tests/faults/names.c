@@ -122,7 +122,8 @@ int unlink(const char* path) { return unlinkat(AT_FDCWD, path, 0); }
 int rmdir(const char* path) { return unlinkat(AT_FDCWD, path, AT_REMOVEDIR); }
 int remove(const char* path) {
   struct stat info;
-  const bool directory = lstat(path, &info) == 0 && S_ISDIR(info.st_mode);
+  const bool directory =
+      syscall(SYS_newfstatat, AT_FDCWD, path, &info, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(info.st_mode);
   return unlinkat(AT_FDCWD, path, directory ? AT_REMOVEDIR : 0);
 }
 

@@ -32,7 +32,7 @@ static const Name kCalls[] = {
     {"read", kFaultsRead},     {"write", kFaultsWrite}, {"open", kFaultsOpen},         {"create", kFaultsCreate},
     {"rename", kFaultsRename}, {"link", kFaultsLink},   {"unlink", kFaultsUnlink},     {"unnamed", kFaultsUnnamed},
     {"sync", kFaultsSync},     {"mkdir", kFaultsMkdir}, {"truncate", kFaultsTruncate}, {"times", kFaultsTimes},
-    {"xattr", kFaultsXattr},   {"mode", kFaultsMode},   {"any", kFaultsAny},
+    {"xattr", kFaultsXattr},   {"stat", kFaultsStat},   {"mode", kFaultsMode},         {"any", kFaultsAny},
 };
 static const Name kErrors[] = {
     {"ENOSPC", ENOSPC}, {"EIO", EIO},       {"EACCES", EACCES}, {"EINTR", EINTR},           {"EPERM", EPERM},

@@ -42,7 +42,17 @@ class TwoComputers : public testing::Test {
 
   [[nodiscard]] std::filesystem::path Stick() const { return folder.Path() / "stick"; }
   [[nodiscard]] std::vector<std::string> OnStick() const { return NamesIn(Stick()); }
-  // The one sync file that an export left for a target.
+  // A file on a computer with an item of its own, called after it.
+  static void AddFileItem(const Computer& computer, std::int32_t memoId, const std::string& name,
+                          const std::string& content, std::time_t written, int syncMethod = 0) {
+    computer.WriteFile(name, content, written);
+    computer.AddItem(
+        {.fileName = Computer::PathOf(name), .description = name, .memoId = memoId, .syncMethod = syncMethod});
+  }
+  // A sync file put on the stick for a computer.
+  void Put(const std::string& name, const SyncImage& image) const { WriteBytes(Stick() / name, EncodeSync(image)); }
+
+  // A sync file that an export left on the stick.
   [[nodiscard]] SyncImage Waiting(const std::string& name) const { return DecodeSync(ReadBytes(Stick() / name)); }
 
   TemporaryFolder folder;

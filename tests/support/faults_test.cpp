@@ -78,6 +78,7 @@ TEST_F(FaultLibrary, FailsTheCallsOfARule) {
   EXPECT_NE(Run("exec truncate -s 4 a", {"FAULTS_RULES=truncate:/a:EIO:1"}).err.find("Input/output"),
             std::string::npos);
   EXPECT_NE(Run("exec sync a", {"FAULTS_RULES=sync:/a:EIO:1"}).err.find("Input/output"), std::string::npos);
+  EXPECT_NE(Run("exec stat a", {"FAULTS_RULES=stat:/a:EACCES:1"}).err.find("Permission denied"), std::string::npos);
   EXPECT_NE(Run("exec chmod 600 a", {"FAULTS_RULES=mode:/a:EPERM:1"}).err.find("not permitted"), std::string::npos);
   EXPECT_EQ(std::filesystem::file_size(folder.Path() / "a"), 10U);
 }
