@@ -27,10 +27,9 @@ int ReadFacts(FileName file, struct statx& facts) {
   return failed == 0 ? 0 : errno;
 }
 
-std::optional<std::int64_t> ReadCreated(FileName file) {
+std::optional<std::int64_t> ReadCreated(int descriptor) {
   std::array<char, 32> text{};
-  const ssize_t length = file.descriptor >= 0 ? fgetxattr(file.descriptor, kCreatedAttribute, text.data(), text.size())
-                                              : getxattr(file.path, kCreatedAttribute, text.data(), text.size());
+  const ssize_t length = fgetxattr(descriptor, kCreatedAttribute, text.data(), text.size());
   if (length <= 0) return std::nullopt;
   std::int64_t seconds = 0;
   const char* const end = text.data() + length;

@@ -41,7 +41,7 @@ Date GetFileDate(std::string_view path, FileTime which) {
   if (!file) return 0;
   switch (which) {
     case FileTime::Created:
-      return UtcToDate(posix::CreatedSeconds(facts, posix::ReadCreated({.descriptor = file->Get()})));
+      return UtcToDate(posix::CreatedSeconds(facts, posix::ReadCreated(file->Get())));
     case FileTime::Accessed:
       return UtcToDate(facts.stx_atime.tv_sec);
     case FileTime::Written:

@@ -32,14 +32,12 @@ using posix::WrittenPath;
 constexpr mode_t kUserDirectory = 0777;  // the umask takes its part
 
 // The facts of the file or directory that a path names.
-Status ReadPathFacts(std::string_view path, struct statx& facts, std::string& native) {
+Status ReadPathFacts(std::string_view path, struct statx& facts) {
   const Result<WrittenPath> written = Drives::Current().ToWritten(path);
   if (!written.Ok()) return written.Failure();
-  posix::Attempted attempted = posix::OnExisting(
+  const posix::Attempted attempted = posix::OnExisting(
       *written, [&](const std::string& name) { return posix::ReadFacts({.path = name.c_str()}, facts); });
-  if (attempted.error != 0) return SystemFailure(attempted.error, path);
-  native = std::move(attempted.path);
-  return {};
+  return attempted.error == 0 ? Status() : SystemFailure(attempted.error, path);
 }
 
 // An open directory for flushing what is in it, or the file system it is on.
@@ -94,8 +92,7 @@ DirectoryEntry ToEntry(int directory, const dirent& found) {
 
 Result<FileInfo> GetFileInfo(std::string_view path) {
   struct statx facts {};
-  std::string native;
-  if (Status read = ReadPathFacts(path, facts, native); !read.Ok()) return read;
+  if (Status read = ReadPathFacts(path, facts); !read.Ok()) return read;
   // Reading the creation time that we keep beside the system's own would cost every look a second system call.
   return posix::ToFileInfo(facts, std::nullopt);
 }
@@ -104,14 +101,12 @@ bool FileExists(std::string_view path) {
   const std::string_view name = Trim(path);
   if (name.empty() || name.back() == '\\') return false;
   struct statx facts {};
-  std::string native;
-  return ReadPathFacts(name, facts, native).Ok() && !S_ISDIR(facts.stx_mode);
+  return ReadPathFacts(name, facts).Ok() && !S_ISDIR(facts.stx_mode);
 }
 
 bool DirectoryExists(std::string_view path) {
   struct statx facts {};
-  std::string native;
-  return ReadPathFacts(path, facts, native).Ok() && S_ISDIR(facts.stx_mode);
+  return ReadPathFacts(path, facts).Ok() && S_ISDIR(facts.stx_mode);
 }
 
 Status RenameFile(std::string_view from, std::string_view to) {

@@ -174,7 +174,7 @@ Result<FileInfo> File::Info() const {
   } else if (const int error = posix::ReadFacts({.descriptor = state_->file.Get()}, facts); error != 0) {
     return SystemFailure(error, state_->path);
   }
-  return posix::ToFileInfo(facts, posix::ReadCreated({.descriptor = state_->file.Get()}));
+  return posix::ToFileInfo(facts, posix::ReadCreated(state_->file.Get()));
 }
 
 Result<std::uint64_t> File::Device() const {
