@@ -199,9 +199,11 @@ bool SetCodePage(const std::string& name) {
 
 std::string ToUtf8(std::string_view text) {
   const CodePage& page = Current();
-  std::string utf8;
-  utf8.reserve(text.size());
-  for (const char c : text) AppendUtf8(utf8, page.Character(c));
+  // ASCII, which nearly every text begins with, is the same in both.
+  const auto other =
+      std::find_if(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
+  std::string utf8(text.begin(), other);
+  for (const char c : std::string_view(other, text.end())) AppendUtf8(utf8, page.Character(c));
   return utf8;
 }
 
