@@ -1,7 +1,15 @@
 #include "db/catalogue.h"
 
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <optional>
 #include <set>
+#include <string>
+#include <vector>
 
 #include "db/memory_rows.h"
 #include "lib/clock.h"

@@ -1,5 +1,8 @@
 #include "db/code_filter.h"
 
+#include <gtest/gtest.h>
+#include <string>
+
 #include "tests/support/golden_database.h"
 
 namespace zelkor::db {

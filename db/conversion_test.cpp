@@ -1,6 +1,8 @@
 #include "db/conversion.h"
 
+#include <cstddef>
 #include <cstring>
+#include <gtest/gtest.h>
 #include <string>
 
 #include "tests/support/golden_database.h"

@@ -2,7 +2,11 @@
 #include "tests/support/crash.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <string>
+#include <vector>
 
 #include "tests/support/database_fixture.h"
 #include "tests/support/golden_database.h"

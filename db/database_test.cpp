@@ -1,6 +1,12 @@
 #include "db/database.h"
 
+#include <cstdint>
+#include <cstring>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
 #include <sys/stat.h>
+#include <vector>
 
 #include "lib/run_time_error.h"
 #include "tests/support/database_fixture.h"

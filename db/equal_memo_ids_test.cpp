@@ -1,5 +1,12 @@
 #include "db/equal_memo_ids.h"
 
+#include <cstddef>
+#include <cstdint>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
 #include "tests/support/scripted_user.h"
 
 namespace zelkor::db {

@@ -1,6 +1,8 @@
 #include "db/file_rec.h"
 
+#include <cstdint>
 #include <cstring>
+#include <gtest/gtest.h>
 #include <string>
 
 #include "tests/support/golden_database.h"

@@ -1,5 +1,7 @@
 #include "db/item_list.h"
 
+#include <gtest/gtest.h>
+
 #include "db/memory_rows.h"
 
 namespace zelkor::db {

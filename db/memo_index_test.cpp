@@ -1,5 +1,10 @@
 #include "db/memo_index.h"
 
+#include <cstddef>
+#include <cstdint>
+#include <gtest/gtest.h>
+#include <vector>
+
 namespace zelkor::db {
 namespace {
 

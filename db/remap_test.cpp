@@ -1,5 +1,10 @@
 #include "db/remap.h"
 
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
+
 #include "lib/run_time_error.h"
 #include "tests/support/sandbox.h"
 #include "tests/support/scripted_user.h"

@@ -1,6 +1,8 @@
 #include "net/target_rec.h"
 
 #include <cstring>
+#include <gtest/gtest.h>
+#include <string>
 
 #include "tests/support/golden_database.h"
 

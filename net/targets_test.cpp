@@ -1,5 +1,11 @@
 #include "net/targets.h"
 
+#include <cstddef>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <optional>
+#include <string>
+
 #include "tests/support/database_fixture.h"
 #include "tests/support/golden_database.h"
 

@@ -1,8 +1,11 @@
 // A database in a sandbox, with a user whose answers are written down.
 #pragma once
 
+#include <algorithm>
+#include <filesystem>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "db/database.h"
 #include "tests/support/sandbox.h"

@@ -10,7 +10,7 @@ namespace zelkor::tests {
 
 // The bytes of a literal, zero bytes too.
 template <std::size_t N>
-std::string Raw(const char (&literal)[N]) {
+std::string Raw(const char (&literal)[N]) {  // NOLINT(modernize-avoid-c-arrays): a literal is one
   return {literal, N - 1};
 }
 
