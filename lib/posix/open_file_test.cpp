@@ -1,3 +1,4 @@
+#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -31,7 +32,7 @@ class OpenFile : public tests::Sandbox {
   }
 };
 
-constexpr OpenMode kEveryMode[] = {OpenMode::Read, OpenMode::ReadWrite, OpenMode::Existing, OpenMode::CreateNew,
+constexpr std::array kEveryMode = {OpenMode::Read, OpenMode::ReadWrite, OpenMode::Existing, OpenMode::CreateNew,
                                    OpenMode::Truncate};
 
 TEST_F(OpenFile, ReadNeedsAFile) {

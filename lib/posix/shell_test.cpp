@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 
+#include "lib/posix/drives.h"
 #include "tests/support/sandbox.h"
 
 namespace zelkor::lib {
@@ -18,7 +19,7 @@ namespace fs = std::filesystem;
 // pipe waits for it.
 class Shell : public tests::Sandbox {
  protected:
-  Shell() : path_(std::getenv("PATH")) {
+  Shell() : path_(posix::Environment("PATH")) {
     const fs::path opener = Root() / "bin/xdg-open";
     WriteNative(opener, "#!/bin/sh\n{ printf '[%s]' \"$@\"; printf ' %s' \"$PWD\"; } > '" + Pipe().string() + "'\n");
     fs::permissions(opener, fs::perms::owner_all);
