@@ -201,6 +201,58 @@ TEST_F(Export, FindsAFileWhoseNameDiffersInCase) {
   EXPECT_EQ(records[0].files[0].content, "plan");
 }
 
+TEST_F(Export, OfNamesThatDifferInCaseOnlyOneGoesAndTheOtherIsLogged) {
+  office.WriteFile("d/Plan.txt", "1", At(2020, 1, 1));
+  office.WriteFile("d/plan.txt", "2", At(2020, 1, 1));
+  office.WriteFile("d/z.txt", "3", At(2020, 1, 1));
+  office.AddItem({.fileName = "c:\\d\\*.txt", .description = "A", .memoId = 1});
+  const Outcome outcome = office.Export("lap");
+  EXPECT_EQ(outcome.status, 0) << outcome;
+  EXPECT_THAT(outcome.out, testing::ContainsRegex("[Pp]lan.txt.*case"));
+  const auto paths = Paths(Waiting("lap.cas").blocks[0].records.at(0));
+  ASSERT_EQ(paths.size(), 2U);
+  EXPECT_EQ(paths[1], "c:\\d\\z.txt");
+}
+
+TEST_F(Export, ANameThatTheFormCanNotCarryIsLoggedAndLeftOutForGood) {
+  for (const char* name : {"d/a:b.txt", "d/back\\slash.txt", "d/ blank.txt", "d/\xE4\xB8\xAD.txt"}) {
+    std::filesystem::remove_all(office.Home() / "d");
+    std::filesystem::remove(office.Program() / "zelkor.ind");
+    std::filesystem::remove(Stick() / "lap.cas");
+    office.SetTarget({.id = "lap", .mediaPath = "m:\\"});
+    office.WriteFile(name, "x", At(2020, 1, 1));
+    office.WriteFile("d/good.txt", "x", At(2020, 1, 1));
+    office.AddItem({.fileName = "c:\\d\\*.txt", .description = "A", .memoId = 1});
+    const Outcome outcome = office.Export("lap");
+    EXPECT_EQ(outcome.status, 0) << name << outcome;
+    EXPECT_EQ(outcome.err, "") << name;  // a log line, not a message
+    EXPECT_THAT(outcome.out, Says("can not be used")) << name;
+    EXPECT_THAT(outcome.out, Not(Says("Export date kept"))) << name;
+    EXPECT_THAT(Paths(Waiting("lap.cas").blocks[0].records.at(0)), ElementsAre("c:\\d\\good.txt")) << name;
+  }
+}
+
+TEST_F(Export, APathBeyond200CharactersIsCutInItsFilesHeader) {
+  const std::string name = "dir/" + std::string(210, 'n') + ".txt";
+  office.WriteFile(name, "long", At(2020, 1, 1));
+  office.AddItem({.fileName = Computer::PathOf(name), .description = "A", .memoId = 1});
+  const auto records = Records();
+  EXPECT_EQ(records.at(0).fileName, Computer::PathOf(name));
+  EXPECT_EQ(records.at(0).files.at(0).path, Computer::PathOf(name).substr(0, 200));
+  // And arrives whole all the same.
+  EXPECT_EQ(lap.Import("office").status, 0);
+  EXPECT_EQ(lap.ReadFile(name), "long");
+}
+
+TEST_F(Export, ASelectionBeyond512CharactersIsCutInItsRecord) {
+  office.AddRemapLine("c:\\s\\=x:\\" + std::string(60, 'l') + "\\");
+  std::string selection;
+  for (int i = 0; i < 20; ++i) selection += "c:\\s\\file" + std::to_string(i) + ".txt\r\n";
+  office.AddItem({.fileName = selection, .description = "A", .memoId = 1});
+  ASSERT_EQ(office.Export("lap").status, 0);
+  EXPECT_EQ(ReadBytes(Stick() / "lap.cas").substr(512 + 512, 64), "A" + std::string(63, ' '));
+}
+
 TEST_F(Export, ABareLineFeedEndsALineOfTheSelectionToo) {
   office.WriteFile("a.txt", "a", At(2020, 1, 1));
   office.WriteFile("b.txt", "b", At(2020, 1, 1));

@@ -25,7 +25,8 @@ class FiltersOfTheCommandLine : public TwoComputers {
     const Outcome outcome = office.Run(all);
     EXPECT_EQ(outcome.status, 0) << outcome;
     std::vector<std::int32_t> ids;
-    for (const SyncRecord& record : Waiting("lap.cas").blocks.at(0).records) ids.push_back(record.memoId);
+    const SyncImage image = Waiting("lap.cas");
+    for (const SyncRecord& record : image.blocks.at(0).records) ids.push_back(record.memoId);
     return ids;
   }
 };

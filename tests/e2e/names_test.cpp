@@ -1,4 +1,6 @@
 // Under which names sync files wait on a folder, and which of them an import takes.
+#include <csignal>
+
 #include "tests/support/e2e.h"
 
 namespace zelkor::tests {
@@ -41,6 +43,40 @@ TEST_F(Names, AreFoundTakenAlsoWhenTheyDifferInCase) {
   WriteBytes(Stick() / "LAP.CAS", "something else");
   ASSERT_EQ(office.Export("lap").status, 0);
   EXPECT_THAT(OnStick(), ElementsAre("LAP.CAS", "lap01.cas"));
+}
+
+TEST_F(Names, ThatAnotherComputerTakesMeanwhileAreNotReplaced) {
+  // Two computers export to one folder for the same target; the first stands just before its file takes its name.
+  const Computer third(folder.Path(), "third");
+  third.SetTarget({.id = "lap", .mediaPath = "m:\\"});
+  AddFileItem(office, 1, "a.txt", "office's", At(2020, 1, 1));
+  AddFileItem(third, 2, "b.txt", "third's", At(2020, 1, 1));
+  const auto first =
+      office.Start({Computer::ExportWord("lap")}, {.faults = {.rules = "rename+link:stick:SIGSTOP:1:once"}});
+  ASSERT_TRUE(first->WaitUntilStopped());
+  ASSERT_EQ(third.Export("lap").status, 0);
+  first->Signal(SIGCONT);
+  const Outcome outcome = first->Wait();
+  EXPECT_EQ(Waiting("lap.cas").sender, "third");
+  if (outcome.status != 0) {
+    // Refused, then nothing is said to have arrived.
+    EXPECT_EQ(outcome.status, 1) << outcome;
+    EXPECT_EQ(office.TargetWithId("lap")->lastExport, 0);
+    ASSERT_EQ(office.Export("lap").status, 0);
+  }
+  EXPECT_EQ(Waiting("lap01.cas").sender, "office");
+}
+
+TEST_F(Names, OfFilesStillBeingWrittenAreNotTakenByAnImport) {
+  AddFileItem(office, 1, "a.txt", std::string(100000, 'a'), At(2020, 1, 1));
+  const auto writing =
+      office.Start({Computer::ExportWord("lap")}, {.faults = {.rules = "rename+link:stick:SIGSTOP:1:once"}});
+  ASSERT_TRUE(writing->WaitUntilStopped());
+  EXPECT_EQ(lap.Import("office").err, "Zelkor: No file to import!\n");
+  writing->Signal(SIGCONT);
+  EXPECT_EQ(writing->Wait().status, 0);
+  EXPECT_EQ(lap.Import("office").status, 0);
+  EXPECT_EQ(lap.ReadFile("a.txt").size(), 100000U);
 }
 
 TEST_F(Names, OfTheTargetTestAreThisComputersOwn) {

@@ -1,4 +1,6 @@
 // What an unattended run tells its caller: exit status, messages, log lines, and how it takes answers.
+#include <csignal>
+
 #include "tests/support/e2e.h"
 
 namespace zelkor::tests {
@@ -17,6 +19,52 @@ TEST_F(Unattended, AnExportAndAnImportEndWithStatus0) {
   EXPECT_EQ(imported.status, 0) << imported;
   EXPECT_EQ(imported.err, "");
   EXPECT_EQ(lap.ReadFile("a.txt"), "hello");
+}
+
+TEST_F(Unattended, HelpAndVersionGoToStandardOutputAndTouchNothing) {
+  const TemporaryFolder other;
+  const Computer fresh(other.Path(), "fresh");
+  const Outcome help = fresh.Run({"--help"});
+  EXPECT_EQ(help.status, 0);
+  EXPECT_EQ(help.err, "");
+  for (const char* word : {"Usage: zelkor", "/syncexp:", "/syncimp:", "/select:", "/exclude:", "Exit status"}) {
+    EXPECT_THAT(help.out, Says(word));
+  }
+  const Outcome version = fresh.Run({"--version"});
+  EXPECT_EQ(version.status, 0);
+  EXPECT_EQ(version.out, "Zelkor 2.23\n");
+  EXPECT_EQ(NamesIn(fresh.Program()), std::vector<std::string>{});
+}
+
+TEST_F(Unattended, WithoutASynchronisationNothingIsDone) {
+  for (const std::vector<std::string>& words :
+       {std::vector<std::string>{}, {"c:\\a.txt"}, {"/select:a"}, {"/etc/hostname"}, {"/nothing:1"}}) {
+    const Outcome outcome = office.Run(words);
+    EXPECT_EQ(outcome.status, 2) << outcome;
+    EXPECT_THAT(outcome.err, Says("Zelkor: "));
+  }
+  EXPECT_EQ(office.Items().size(), 0U);
+}
+
+TEST_F(Unattended, AWordThatNamesANativeFileIsThatFileAlsoWhenItBeginsWithASlash) {
+  AddFileItem(office, 1, "a.txt", "hello", At(2020, 1, 1));
+  const Outcome outcome = office.Run({(office.Home() / "a.txt").string(), Computer::ExportWord("lap")});
+  EXPECT_EQ(outcome.status, 0) << outcome;
+  EXPECT_EQ(Waiting("lap.cas").blocks[0].records.size(), 1U);
+}
+
+TEST_F(Unattended, ThePlaceNeedsNoQuotesWhenItHasNoColon) {
+  EXPECT_EQ(office.Run({"/syncexp:lap:" + Stick().string()}).status, 0);
+  EXPECT_EQ(OnStick(), (std::vector<std::string>{"lap.cas"}));
+}
+
+TEST_F(Unattended, AConnectionThatThisVersionHasNotIsRefused) {
+  for (const int type : {1, 2}) {
+    office.SetTarget({.id = "lap", .mediaPath = "m:\\", .connectionType = type});
+    EXPECT_EQ(office.Export("lap").status, 1);
+    EXPECT_EQ(office.Import("lap").status, 1);
+  }
+  EXPECT_EQ(OnStick(), std::vector<std::string>{});
 }
 
 TEST_F(Unattended, AnUnknownTargetEndsWithStatus1) {
@@ -90,6 +138,18 @@ TEST_F(Unattended, ASecondCopyOnTheSameDatabaseEndsWithStatus2) {
   EXPECT_EQ(lap.Export("office").status, 0);
 }
 
+TEST_F(Unattended, OneDatabaseByTwoNamesIsStillOneCopy) {
+  Put("file.cas", OneBlock("other", {}));
+  const auto first = lap.Start({Computer::ImportWord("office", "m:\\file.cas")}, {});
+  ASSERT_TRUE(first->WaitForError("Continue anyway?"));
+  std::filesystem::create_directory_symlink(lap.Program(), folder.Path() / "other name");
+  const Outcome second = lap.Run({Computer::ExportWord("office")},
+                                 {.environment = {{"ZELKOR_DIR", (folder.Path() / "other name").string()}}});
+  EXPECT_EQ(second.status, 2) << second;
+  first->Write("n\n");
+  EXPECT_EQ(first->Wait().status, 1);
+}
+
 TEST_F(Unattended, ACopyThatWasKilledDoesNotKeepOthersOut) {
   const Outcome killed = office.Export("lap", {.faults = {.killAt = 3}});
   EXPECT_NE(killed.signal, 0);
@@ -122,6 +182,30 @@ TEST_F(Unattended, QuestionsAreAnsweredByNameOrFirstLetterInEitherCase) {
     EXPECT_EQ(outcome.status, 1) << answer << outcome;
     EXPECT_THAT(outcome.out, Not(Says("Import completed. "))) << answer;
   }
+}
+
+TEST_F(Unattended, AReaderOfTheOutputThatGoesAwayDoesNotStopTheRun) {
+  for (int i = 1; i <= 50; ++i) AddFileItem(office, i, std::to_string(i) + ".txt", "x", At(2020, 1, 1));
+  const auto run = office.Start({Computer::ExportWord("lap")}, {.faults = {.rules = "open:home/1.txt:SIGSTOP:1:once"}});
+  ASSERT_TRUE(run->WaitUntilStopped());
+  run->CloseOutputs();
+  run->Signal(SIGCONT);
+  const Outcome outcome = run->Wait();
+  EXPECT_EQ(outcome.status, 0) << outcome;
+  EXPECT_EQ(Waiting("lap.cas").blocks[0].records.size(), 50U);
+}
+
+TEST_F(Unattended, ATemporaryFolderThatIsMissingIsSaid) {
+  const Outcome outcome = office.Export("lap", {.environment = {{"TMPDIR", (folder.Path() / "none").string()}}});
+  EXPECT_EQ(outcome.status, 1) << outcome;
+  EXPECT_THAT(outcome.err, Says("Sync export failed!"));
+  EXPECT_THAT(outcome.out, Says("Cannot write to temporary file: "));
+}
+
+TEST_F(Unattended, TheProgramFolderIsMadeWhenMissing) {
+  const Outcome outcome = office.Run({"/syncexp"}, {.environment = {{"ZELKOR_DIR", (folder.Path() / "x/y").string()}}});
+  EXPECT_EQ(outcome.status, 2) << outcome;
+  EXPECT_TRUE(std::filesystem::exists(folder.Path() / "x/y/zelkor.cfg"));
 }
 
 TEST_F(Unattended, AnAnswerThatIsNoButtonIsAskedForAgain) {

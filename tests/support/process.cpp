@@ -190,6 +190,11 @@ void RunningProcess::KillAll() const {
   kill(pid_, SIGKILL);
 }
 
+void RunningProcess::CloseOutputs() {
+  CloseFd(output_);
+  CloseFd(error_);
+}
+
 void RunningProcess::Signal(int number) const { kill(pid_, number); }
 
 Outcome RunningProcess::Wait() {

@@ -47,6 +47,8 @@ class RunningProcess {
   [[nodiscard]] bool WaitUntilStopped();
   void Write(const std::string& bytes);
   void CloseInput();
+  // Nobody reads what the process writes from here on.
+  void CloseOutputs();
   void Signal(int number) const;
   // Closes the input and reads until the process ends; kills it at the end of its time.
   Outcome Wait();

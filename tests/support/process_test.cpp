@@ -52,6 +52,16 @@ TEST(RunningProcess, StopsWaitingForATextWhenTheProcessEnds) {
   EXPECT_FALSE(process.WaitForError("else"));
 }
 
+TEST(RunningProcess, CanStopReading) {
+  RunningProcess process(Shell("kill -STOP $$; trap '' PIPE; echo out; echo err >&2; exit 4"));
+  ASSERT_TRUE(process.WaitUntilStopped());
+  process.CloseOutputs();
+  process.Signal(SIGCONT);
+  const Outcome outcome = process.Wait();
+  EXPECT_EQ(outcome.status, 4);
+  EXPECT_EQ(outcome.out, "");
+}
+
 TEST(RunningProcess, SeesThatTheProcessIsStopped) {
   RunningProcess process(Shell("kill -STOP $$; echo on"));
   ASSERT_TRUE(process.WaitUntilStopped());
