@@ -115,6 +115,8 @@ TEST_F(Interrupt, ByTheKeyOfATerminalEndsTheRunInOrder) {
                                       {.faults = {.rules = "read:home/file3.txt:SIGSTOP:1:once"}, .terminal = true});
   ASSERT_TRUE(run->WaitUntilStopped());
   run->Write("\x03");
+  // The terminal shows the key once it has sent the signal.
+  ASSERT_TRUE(run->WaitForError("^C"));
   run->Signal(SIGCONT);
   const Outcome outcome = run->Wait();
   EXPECT_EQ(outcome.status, 1) << outcome;
