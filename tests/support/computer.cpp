@@ -153,7 +153,7 @@ Command Computer::MakeCommand(const std::vector<std::string>& arguments, const O
   for (const auto& [name, value] : options.environment) variables[name] = value;
 
   Command command;
-  command.program = ZELKOR_PROGRAM;
+  command.program = options.program.empty() ? ZELKOR_PROGRAM : options.program;
   command.arguments = arguments;
   for (const auto& [name, value] : variables) command.environment.push_back(name + "=" + value);
   command.directory = options.directory.empty() ? Home() : options.directory;

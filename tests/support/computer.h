@@ -72,6 +72,7 @@ class Computer {
     std::chrono::seconds timeLimit{120};
     std::map<std::string, std::string> environment{};  // over or beside the usual one
     std::filesystem::path directory{};                 // where it is started; default: the home directory
+    std::filesystem::path program{};                   // default: the one that was built
   };
   Outcome Run(const std::vector<std::string>& arguments, const Options& options) const;
   [[nodiscard]] Outcome Run(const std::vector<std::string>& arguments) const { return Run(arguments, Options{}); }
