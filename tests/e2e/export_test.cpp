@@ -23,6 +23,7 @@ class Export : public TwoComputers {
   }
   static std::vector<std::int32_t> Ids(const std::vector<SyncRecord>& records) {
     std::vector<std::int32_t> ids;
+    ids.reserve(records.size());
     for (const SyncRecord& record : records) ids.push_back(record.memoId);
     return ids;
   }

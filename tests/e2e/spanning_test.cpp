@@ -42,11 +42,15 @@ class Spanning : public TwoComputers, public testing::WithParamInterface<bool> {
     run.Write("OK\n");
     return true;
   }
+  [[nodiscard]] std::vector<std::size_t> NewDisks(std::size_t count) const {
+    std::vector<std::size_t> disks(count);
+    for (std::size_t& disk : disks) disk = drive->Format(kDiskBytes);
+    return disks;
+  }
   // The big item on three new disks, whose numbers are returned.
   std::vector<std::size_t> ExportToThreeDisks() {
     AddBigItem();
-    std::vector<std::size_t> disks;
-    for (int i = 0; i < 3; ++i) disks.push_back(drive->Format(kDiskBytes));
+    std::vector<std::size_t> disks = NewDisks(3);
     drive->Insert(disks[0]);
     const auto run = StartExport();
     EXPECT_TRUE(Answer(*run, 2, disks[1]));
@@ -230,8 +234,7 @@ TEST_P(Spanning, ADiskThatStillHasAFileOfTheNameEndsAnUnattendedRun) {
 
 TEST_P(Spanning, AFullDiskIsAskedForAgain) {
   AddBigItem();
-  std::vector<std::size_t> disks;
-  for (int i = 0; i < 4; ++i) disks.push_back(drive->Format(kDiskBytes));
+  const std::vector<std::size_t> disks = NewDisks(4);
   // No room for a header and a byte.
   WriteBytes(drive->Content(disks[3]) / "other.bin", std::string(static_cast<std::size_t>(kDiskBytes) - 100, 'o'));
   drive->Insert(disks[3]);

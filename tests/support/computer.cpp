@@ -1,6 +1,7 @@
 #include "tests/support/computer.h"
 
 #include <algorithm>
+#include <array>
 #include <fcntl.h>
 #include <fstream>
 #include <iterator>

@@ -1,5 +1,6 @@
 #include "tests/support/disks.h"
 
+#include <algorithm>
 #include <fcntl.h>
 #include <sched.h>
 #include <stdexcept>

@@ -41,6 +41,7 @@ Pipe MakeTerminal() {
 
 std::vector<char*> Pointers(std::vector<std::string>& texts) {
   std::vector<char*> pointers;
+  pointers.reserve(texts.size() + 1);
   for (std::string& text : texts) pointers.push_back(text.data());
   pointers.push_back(nullptr);
   return pointers;
@@ -165,7 +166,7 @@ bool RunningProcess::WaitUntilStopped() {
   return false;
 }
 
-void RunningProcess::Write(const std::string& bytes) {
+void RunningProcess::Write(const std::string& bytes) const {
   // A process that ended without reading is seen in its outcome; the test must not end by SIGPIPE.
   struct sigaction ignore {};
   ignore.sa_handler = SIG_IGN;

@@ -45,7 +45,7 @@ class RunningProcess {
   [[nodiscard]] bool WaitForOutput(const std::string& text);
   // Waits until the process is stopped by a signal; false when it or the time ends first.
   [[nodiscard]] bool WaitUntilStopped();
-  void Write(const std::string& bytes);
+  void Write(const std::string& bytes) const;
   void CloseInput();
   // Nobody reads what the process writes from here on.
   void CloseOutputs();
