@@ -16,6 +16,7 @@
 #include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 enum {
@@ -31,6 +32,9 @@ enum {
   kWrittenAt = 228,
   kBufferBytes = 1 << 18,
 };
+
+// Where the creation time is kept, which the system has for itself but does not let anybody set.
+static const char kCreatedAttribute[] = "user.zelkor.created";
 
 // Seconds between 30 December 1899, where dates begin, and 1 January 1970.
 static const double kUnixEpochDays = 25569.0;
@@ -191,7 +195,9 @@ static void Export(const char* catalogue, const char* home, const char* temporar
     memcpy(fileHeader, "FileHdr ", 8);
     memcpy(fileHeader + 8, record, kPathBytes);
     PutInt(fileHeader, kSizeAt, (int32_t)file.st_size);
-    PutDate(fileHeader, kCreatedAt, file.st_ctime);
+    char created[32] = "";
+    const ssize_t digits = fgetxattr(in, kCreatedAttribute, created, sizeof created - 1);
+    PutDate(fileHeader, kCreatedAt, digits > 0 ? atoll(created) : file.st_ctime);
     PutDate(fileHeader, kWrittenAt, file.st_mtime);
     Put(out, fileHeader, sizeof fileHeader);
     PutContents(out, in, file.st_size);
@@ -278,6 +284,10 @@ static void ImportFile(int in, const char* header, const char* record, const cha
   Take(in, out, GetInt(header, kSizeAt));
   const struct timespec times[2] = {{.tv_nsec = UTIME_OMIT}, {.tv_sec = GetSeconds(header, kWrittenAt)}};
   Checked(futimens(out, times), path);
+  char created[32];
+  const int digits = snprintf(created, sizeof created, "%lld", (long long)GetSeconds(header, kCreatedAt));
+  // Not every file system has attributes.
+  if (fsetxattr(out, kCreatedAttribute, created, (size_t)digits, 0) < 0 && errno != ENOTSUP) Die(path);
   WriteAll(catalogue, record, kRecordBytes, "catalogue");
   if (byLink) {
     char name[64];
