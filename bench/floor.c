@@ -30,7 +30,7 @@ enum {
   kSizeAt = 208,
   kCreatedAt = 212,
   kWrittenAt = 228,
-  kBufferBytes = 1 << 18,
+  kBufferBytes = 1 << 17,
 };
 
 // Where the creation time is kept, which the system has for itself but does not let anybody set.
@@ -236,7 +236,14 @@ static int Get(int in, char* out, size_t count) {
   return 1;
 }
 
-// The next `size` bytes to `out`, or to nowhere when it is -1.
+// The next `size` bytes are passed over.
+static void Skip(int in, int64_t size) {
+  const int64_t inBuffer = (int64_t)(have - used) < size ? (int64_t)(have - used) : size;
+  used += (size_t)inBuffer;
+  if (size > inBuffer && lseek(in, size - inBuffer, SEEK_CUR) < 0) Die("sync file");
+}
+
+// The next `size` bytes to `out`.
 static void Take(int in, int out, int64_t size) {
   while (size > 0) {
     if (used == have) {
@@ -246,7 +253,7 @@ static void Take(int in, int out, int64_t size) {
       used = 0;
     }
     const size_t piece = size < (int64_t)(have - used) ? (size_t)size : have - used;
-    if (out >= 0) WriteAll(out, buffer + used, piece, "file");
+    WriteAll(out, buffer + used, piece, "file");
     used += piece;
     size -= (int64_t)piece;
   }
@@ -315,7 +322,7 @@ static void Import(const char* syncFile, const char* home, const char* catalogue
       NativePath(header + 8, kPathBytes, home, path, sizeof path);
       struct stat local;
       if (stat(path, &local) == 0 && local.st_mtime == GetSeconds(header, kWrittenAt)) {
-        Take(in, -1, GetInt(header, kSizeAt));
+        Skip(in, GetInt(header, kSizeAt));
         continue;
       }
       ImportFile(in, header, record, path, catalogue, byLink);

@@ -6,9 +6,9 @@
 namespace zelkor::sync {
 
 namespace {
-constexpr std::size_t kBufferBytes = std::size_t{1} << 20;
+constexpr std::size_t kBufferBytes = std::size_t{1} << 17;
 // Shorter stretches are read into the buffer, longer ones left to the kernel.
-constexpr std::int64_t kSmallCopy = std::int64_t{1} << 17;
+constexpr std::int64_t kSmallCopy = std::int64_t{1} << 16;
 }  // namespace
 
 OutputBuffer::OutputBuffer(lib::File& file) : file_(file), buffer_(kBufferBytes) {}
