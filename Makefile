@@ -15,6 +15,7 @@ help:
 	@echo "make build         the program as build/zelkor"
 	@echo "make demo          two computers on this machine; KEEP=1 leaves their folders"
 	@echo "make bench         speed beside tar, cp, rsync and unison; writes docs/performance.md"
+	@echo "                   (MEDIUM=FOLDER: on that file system, not in memory)"
 	@echo "make fuzz          each fuzz target for FUZZ_SECONDS=$(FUZZ_SECONDS) seconds"
 	@echo "make tidy          clang-tidy over all sources"
 	@echo "make format        clang-format over all sources; format-check only looks"
@@ -44,7 +45,7 @@ demo: build
 bench: build
 	@cmake/deps.sh bench
 	@cmake --build --preset release -j $(JOBS) --target zelkor_seed floor
-	@python3 bench/bench.py --build build/release --report docs/performance.md
+	@python3 bench/bench.py --build build/release --report docs/performance.md $(if $(MEDIUM),--medium '$(MEDIUM)')
 
 deps:
 	@cmake/deps.sh build test demo bench tidy format fuzz

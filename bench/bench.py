@@ -56,11 +56,13 @@ JOBS = {
     ),
     "unchanged export": (
         "Export, nothing changed",
-        [("floor unchanged", "the floor", None), ("rsync again", "rsync -a", 0.5), ("unison again", "unison -batch", None)],
+        [("floor unchanged", "the floor", None), ("rsync again", "rsync -a", 0.5),
+         ("unison again", "unison -batch", None)],
     ),
     "identical import": (
         "Import, all identical",
-        [("floor identical", "the floor", None), ("rsync again", "rsync -a", 0.5), ("unison again", "unison -batch", None)],
+        [("floor identical", "the floor", None), ("rsync again", "rsync -a", 0.5),
+         ("unison again", "unison -batch", None)],
     ),
 }
 PEAK_WANTED_MIB = 32
@@ -480,7 +482,9 @@ def peak_table(benches, markdown):
 
 def lay_out(head, rows, markdown):
     if markdown:
-        lines = ["| " + " | ".join(head) + " |", "|" + "|".join(["---", "---", *["---:"] * (len(head) - 2)]) + "|"]
+        numbers = [any(row[i][:1].isdigit() for row in rows) for i in range(len(head))]
+        rule = "|".join("---:" if is_number else "---" for is_number in numbers)
+        lines = ["| " + " | ".join(head) + " |", f"|{rule}|"]
         return "\n".join(lines + ["| " + " | ".join(row) + " |" for row in rows])
     widths = [max(len(row[i]) for row in [head, *rows]) for i in range(len(head))]
     return "\n".join("  ".join(cell.ljust(width) if i < 2 else cell.rjust(width)
@@ -514,9 +518,13 @@ this page. Each ratio is Zelkor's median time divided by the other program's, of
 - Zelkor brings what it finishes to the medium: the exported file before it takes its name, and everything imported
   before the import is recorded. The others leave that to the system, so they are measured as they are and, in the column
   beside that, with a `sync -f` of their destination at their end.
-- The floor (bench/floor.c) makes the same system calls on the same data with next to no work between them, flushing as
-  Zelkor does. Its export, like Zelkor's, writes a temporary file and copies it to its destination; so tar is given a cp.
+- The floor (bench/floor.c) makes the system calls of the same job on the same data with next to no work between them,
+  and flushes as Zelkor does. Its export writes a temporary file and copies it to its destination, as Zelkor's does; so
+  tar is given a cp.
 - cp, rsync and unison copy from place to place, which is what export and import do together.
+- An import deletes the sync file it has collected; with few large files and nothing to take, that is nearly all it does.
+- A medium in memory takes a flush at the speed of memory; on a disk the flush is a larger part of everything that
+  flushes, and `make bench MEDIUM=FOLDER` measures there.
 
 {table(benches, True)}
 
@@ -548,7 +556,8 @@ def main():
     parser.add_argument("--report", type=pathlib.Path, help="the page to write")
     parser.add_argument("--rounds", type=int, default=5)
     parser.add_argument("--sets", default="4k,200,large", help="which of 4k,200,large")
-    parser.add_argument("--medium", type=pathlib.Path, help="where the files go (default: memory, or else the temporary folder)")
+    parser.add_argument("--medium", type=pathlib.Path,
+                        help="where the files go (default: memory, or else the temporary folder)")
     parser.add_argument("--quick", action="store_true", help="a smoke test")
     parser.add_argument("--seconds", action="store_true", help="show the times themselves too")
     options = parser.parse_args()
