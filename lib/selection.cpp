@@ -17,6 +17,9 @@ constexpr std::string_view kWildcards = "*?";
 
 bool HoldsWildcards(std::string_view text) { return text.find_first_of(kWildcards) != std::string_view::npos; }
 
+// A file that an import was just about to give its name when it was killed; nobody's, and no wildcard means it.
+bool IsLeftover(std::string_view name) { return MatchesFileName(name, "~zelkor-????????????.tmp"); }
+
 // Whether a line can name files: a drive, and names that the form can carry; the last one may hold wildcards, or be
 // missing.
 Status CheckLine(std::string_view line) {
@@ -85,6 +88,7 @@ class Expansion {
     const std::string* last = nullptr;  // the file given last, in lower case
     for (const auto& [lower, entry] : entries) {
       if (entry.directory || entry.other || !MatchesFileName(entry.name, wildcard)) continue;
+      if (IsLeftover(entry.name)) continue;
       const std::string path = directory + entry.name;
       Status refused = entry.refused;
       if (refused.Ok() && last != nullptr && *last == lower) {

@@ -60,6 +60,12 @@ TEST_F(ExpandedSelection, SortsTheFilesOfALineAndKeepsTheDirectoryAsTyped) {
   EXPECT_THAT(Files("c:\\docs\\?.DOC\r\n"), ElementsAre("c:\\docs\\d.doc"));
 }
 
+TEST_F(ExpandedSelection, LeavesOutWhatAKilledImportLeftBehind) {
+  Make("~zelkor-0123456789ab.tmp");
+  Make("~zelkor.tmp");
+  EXPECT_THAT(Files("c:\\*.*"), testing::ElementsAre("c:\\~zelkor.tmp"));
+}
+
 TEST_F(ExpandedSelection, MatchesNamesWithoutADotByStarDotStar) {
   for (const char* name : {"plain", "a.b", ".hidden"}) Make(name);
   EXPECT_THAT(Files("c:\\*.*"), ElementsAre("c:\\.hidden", "c:\\a.b", "c:\\plain"));

@@ -45,7 +45,8 @@ std::string FreeSyncFileName(std::string_view folder, std::string_view baseName,
 lib::Result<std::vector<WaitingFile>> FindWaitingFiles(std::string_view folder, std::string_view receiver,
                                                        std::string_view sender,
                                                        const std::vector<std::string>& knownIds,
-                                                       std::vector<std::string>& foreign) {
+                                                       std::vector<std::string>& foreign,
+                                                       std::vector<std::string>& unreadable) {
   const lib::Result<std::vector<lib::DirectoryEntry>> entries = lib::ListDirectory(folder);
   if (!entries.Ok()) return entries.Failure();
   std::vector<WaitingFile> waiting;
@@ -59,7 +60,11 @@ lib::Result<std::vector<WaitingFile>> FindWaitingFiles(std::string_view folder, 
     const lib::Result<lib::File> opened = lib::File::Open(file.path, lib::OpenMode::Read);
     const lib::Result<std::size_t> got =
         opened.Ok() ? opened->ReadAt(0, file.header.Bytes()) : lib::Result<std::size_t>(opened.Failure());
-    if (!got.Ok() || *got < SyncFileHeader::kBytes || !file.header.IsSyncFile()) {
+    if (!got.Ok()) {
+      unreadable.push_back(got.Failure().Message());
+      continue;
+    }
+    if (*got < SyncFileHeader::kBytes || !file.header.IsSyncFile()) {
       foreign.push_back(file.path);
       continue;
     }

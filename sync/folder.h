@@ -28,10 +28,11 @@ struct WaitingFile {
 };
 // The files in `folder` for the computer `receiver` that come from `sender`, oldest first. Names that spell an ID of
 // `knownIds` and files of other senders are left out; a file of a right name that is no sync file is named in
-// `foreign`.
+// `foreign`, and why one can not be read, which may be a wanted one, is said in `unreadable`.
 [[nodiscard]] lib::Result<std::vector<WaitingFile>> FindWaitingFiles(std::string_view folder, std::string_view receiver,
                                                                      std::string_view sender,
                                                                      const std::vector<std::string>& knownIds,
-                                                                     std::vector<std::string>& foreign);
+                                                                     std::vector<std::string>& foreign,
+                                                                     std::vector<std::string>& unreadable);
 
 }  // namespace zelkor::sync

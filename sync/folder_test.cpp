@@ -20,7 +20,7 @@ class Folder : public tests::Sandbox {
   std::vector<std::string> Waiting(const std::string& receiver, const std::string& sender,
                                    const std::vector<std::string>& ids) {
     std::vector<std::string> names;
-    const auto found = FindWaitingFiles(OnDriveZ(Path()), receiver, sender, ids, foreign_);
+    const auto found = FindWaitingFiles(OnDriveZ(Path()), receiver, sender, ids, foreign_, unreadable_);
     for (const WaitingFile& file : *found) names.push_back(file.path.substr(file.path.rfind('\\') + 1));
     return names;
   }
@@ -29,6 +29,7 @@ class Folder : public tests::Sandbox {
     return path.substr(path.rfind('\\') + 1);
   }
   std::vector<std::string> foreign_;
+  std::vector<std::string> unreadable_;
 };
 
 TEST_F(Folder, TheFirstNameIsTheIdAlone) { EXPECT_EQ(FreeName("lap", {"lap"}), "lap.cas"); }
@@ -77,6 +78,14 @@ TEST_F(Folder, AFileThatIsNoSyncFileIsNamed) {
   WriteNative(Path() / "lap.cas", "short");
   EXPECT_TRUE(Waiting("lap", "office", {}).empty());
   EXPECT_EQ(foreign_, std::vector<std::string>{OnDriveZ(Path() / "lap.cas")});
+}
+
+TEST_F(Folder, AFileThatCanNotBeReadIsToldApart) {
+  Put("lap.cas", "office", 46000);
+  fs::create_symlink("/proc/self/mem", Path() / "lap01.cas");  // a file whose start can not be read
+  EXPECT_EQ(Waiting("lap", "office", {}), std::vector<std::string>{"lap.cas"});
+  EXPECT_TRUE(foreign_.empty());
+  EXPECT_EQ(unreadable_.size(), 1U);
 }
 
 TEST(NameOfTarget, IsTheTargetsIdInLowerCase) { EXPECT_EQ(NameOfTarget(" LAP ", "office"), "lap"); }

@@ -46,6 +46,7 @@ class Import {
   std::vector<Source> sources_;
   std::int64_t bytes_ = 0;
   bool cancelled_ = false;
+  bool anyUnreadable_ = false;  // a waiting file could not be read, and may be one for us
   double stopwatch_ = lib::Stopwatch();
 };
 
@@ -107,10 +108,13 @@ ImportResult Import::FindSources() {
 
 ImportResult Import::FindInFolder(const std::string& folder) {
   std::vector<std::string> foreign;
+  std::vector<std::string> unreadable;
   const std::string receiver = NameOfTarget(context_.computerId, context_.computerId);
   const lib::Result<std::vector<WaitingFile>> waiting =
-      FindWaitingFiles(folder, receiver, sender_, context_.targets.TargetIds(), foreign);
+      FindWaitingFiles(folder, receiver, sender_, context_.targets.TargetIds(), foreign, unreadable);
   if (!waiting.Ok()) context_.log.LogLine(waiting.Failure().Message());
+  for (const std::string& why : unreadable) context_.log.LogLine(why);
+  anyUnreadable_ = !unreadable.empty();
   for (const std::string& path : foreign) context_.log.LogLine("[" + path + "] is not a sync file and is left alone");
   if (!waiting.Ok() || waiting->empty()) return Report("No file to import!", ImportResult::NoFile);
   for (const WaitingFile& file : *waiting) sources_.push_back({.path = file.path});
@@ -172,7 +176,7 @@ ImportResult Import::ImportOpened(const lib::File& file, Source& source, ItemImp
 ImportResult Import::Finish(ItemImporter& items, ImportResult result) {
   const bool anyRead = std::any_of(sources_.begin(), sources_.end(), [](const Source& s) { return s.collected; });
   if (!anyRead) return result;
-  if (result == ImportResult::Success && !items.AllTaken()) result = ImportResult::Failed;
+  if (result == ImportResult::Success && (!items.AllTaken() || anyUnreadable_)) result = ImportResult::Failed;
   if (request_.mode == ImportMode::Import) {
     // Nothing is said to have arrived before it is on the medium.
     if (const lib::Status flushed = items.FlushWritten(); !flushed.Ok()) {

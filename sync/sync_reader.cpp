@@ -61,6 +61,7 @@ void SyncReader::ReadItem(db::FileRec& item) {
   const std::int32_t count = item.Number(db::FileRec::kFileCount);
   if (dataLength < 0) Damaged("the length of its files is negative");
   if (count < 0) Damaged("its number of files is negative");
+  entries_ = count;
   itemEnd_ = position_ + dataLength;
   if (itemEnd_ > end) Damaged("its files reach past the end of the block");
   contentStart_ = position_;
@@ -81,6 +82,7 @@ void SyncReader::ReadEntry(FileHeader& header) {
 }
 
 lib::Status SyncReader::CopyContent(lib::File& to, const std::function<void(std::int64_t)>& report) {
+  CheckWhatFollows();
   if (contentSize_ <= static_cast<std::int32_t>(InputBuffer::kMaxView)) {
     const lib::Result<std::span<const char>> bytes = input_.View(contentStart_, static_cast<std::size_t>(contentSize_));
     if (!bytes.Ok()) Damaged(bytes.Failure().Message());
@@ -99,6 +101,28 @@ lib::Status SyncReader::CopyContent(lib::File& to, const std::function<void(std:
     report(done);
   }
   return {};
+}
+
+void SyncReader::CheckWhatFollows() {
+  const std::int64_t end = contentStart_ + contentSize_;
+  if (entry_ >= entries_) {
+    if (end != itemEnd_) Damaged("its size does not lead to the end of the item");
+    return;
+  }
+  FileHeader next;
+  const std::size_t count = kFileSignature.size();
+  // Small files lie in the buffer together with what follows them; behind a long one, only these few bytes are read.
+  const bool near = contentSize_ <= static_cast<std::int32_t>(InputBuffer::kMaxView / 2);
+  if (near) {
+    const lib::Result<std::span<const char>> bytes =
+        input_.View(contentStart_, static_cast<std::size_t>(contentSize_) + count);
+    if (bytes.Ok() && bytes->size() == static_cast<std::size_t>(contentSize_) + count) {
+      std::copy_n(bytes->end() - static_cast<std::ptrdiff_t>(count), count, next.Bytes().begin());
+    }
+  } else {
+    (void)file_.ReadAt(end, next.Bytes().first(count));
+  }
+  if (!next.HasSignature()) Damaged("its size does not lead to the next file");
 }
 
 void SyncReader::Damaged(const std::string& what) const {

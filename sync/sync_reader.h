@@ -33,7 +33,8 @@ class SyncReader {
   // The next file entry of the item in hand, its signature checked; its content is passed over by the next call.
   void ReadEntry(FileHeader& header);
 
-  // Writes the content of the entry in hand to the start of `to`. `report` as in SyncWriter.
+  // Writes the content of the entry in hand to the start of `to`. `report` as in SyncWriter. A size that does not lead
+  // to what must follow is found before anything is written.
   [[nodiscard]] lib::Status CopyContent(lib::File& to, const std::function<void(std::int64_t)>& report);
 
   // Ends the reading of this file with a message about the place in hand.
@@ -42,6 +43,8 @@ class SyncReader {
  private:
   // The `count` bytes at the position, which moves behind them.
   std::span<const char> Take(std::size_t count, const char* what);
+  // Whether what must follow the content in hand does: the next entry's signature, or the end of the item.
+  void CheckWhatFollows();
   // Moves to `position`, which must lie inside the file, behind the present one and not past `end`.
   void MoveTo(std::int64_t position, std::int64_t end, const char* what);
 
@@ -54,7 +57,8 @@ class SyncReader {
   std::int64_t blockEnd_ = 0;  // 0: the block's length is not known
   std::int32_t item_ = 0;      // number of the record in hand in its block, from 1
   std::int64_t itemEnd_ = 0;
-  std::int32_t entry_ = 0;  // number of the entry in hand in its item, from 1
+  std::int32_t entries_ = 0;  // file count of the item in hand
+  std::int32_t entry_ = 0;    // number of the entry in hand in its item, from 1
   std::int64_t contentStart_ = 0;
   std::int32_t contentSize_ = 0;
 };
