@@ -71,17 +71,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const zelkor::db::RemapTable remap;
   zelkor::sync::SyncLog log("z:\\program\\", user);
   const std::string computerId = "lap";
-  zelkor::sync::Context context{.catalogue = catalogue,
-                                .targets = targets,
-                                .remap = remap,
-                                .log = log,
-                                .user = user,
-                                .computerId = computerId};
+  zelkor::sync::Context context{
+      .catalogue = catalogue, .targets = targets, .remap = remap, .log = log, .user = user, .computerId = computerId};
   if (database.OpenDatabase() != zelkor::db::Database::Opened::Yes) std::abort();
   targets.NewTarget("office");
   try {
-    zelkor::sync::ImportFromTarget(
-        context, {.targetId = "office", .place = {.word = "z:\\in.cas", .startDirectory = "/"}});
+    zelkor::sync::ImportFromTarget(context,
+                                   {.targetId = "office", .place = {.word = "z:\\in.cas", .startDirectory = "/"}});
   } catch (const zelkor::sync::DamagedSyncFile&) {
     // The answer to a damaged file.
   }
