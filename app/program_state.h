@@ -5,8 +5,8 @@
 
 #include "db/catalogue.h"
 #include "db/database.h"
-#include "db/memory_rows.h"
 #include "db/remap.h"
+#include "lib/list_rows.h"
 #include "lib/user.h"
 #include "net/targets.h"
 #include "sync/context.h"
@@ -16,8 +16,8 @@ namespace zelkor::app {
 
 // Built by `main`, handed to whoever needs a part of it.
 struct ProgramState {
-  // `programDir` ends in a backslash.
-  ProgramState(lib::User& user, const std::string& programDir)
+  // `programDir` ends in a backslash; `rows` are the main list's.
+  ProgramState(lib::User& user, lib::ListRows& rows, const std::string& programDir)
       : user(user),
         ProgramDir(programDir),
         database(programDir, user),
@@ -34,7 +34,6 @@ struct ProgramState {
   lib::User& user;
   const std::string ProgramDir;
   std::string computerId;
-  db::MemoryRows rows;
   db::Database database;
   db::RemapTable remap;
   db::Catalogue catalogue;

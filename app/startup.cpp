@@ -5,6 +5,7 @@
 #include "app/command_line.h"
 #include "app/identity.h"
 #include "app/program_state.h"
+#include "db/memory_rows.h"
 #include "lib/code_page.h"
 #include "lib/native_path.h"
 #include "lib/run_time_error.h"
@@ -102,7 +103,8 @@ int Main(const std::vector<std::string>& arguments, lib::User& user) {
     user.Message("Zelkor is already running!", lib::Icon::Critical);
     return sync::kStatusNothingDone;
   }
-  ProgramState state(user, *programDir);
+  db::MemoryRows rows;
+  ProgramState state(user, rows, *programDir);
   if (const std::optional<int> status = InitProgram(state)) return *status;
   if (const std::optional<int> status = OpenData(state)) return *status;
   if (const std::optional<int> status = RunCommandLine(state, words, startDirectory)) return *status;

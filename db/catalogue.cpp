@@ -61,6 +61,7 @@ void Catalogue::SelectFirstRow() {
 }
 
 void Catalogue::FillItemList(Mask shown) {
+  const lib::Occupation::Guard occupied(occupied_);
   filters_.activeSelection.clear();
   filters_.activeExclusion.clear();
   shown_ = shown;
@@ -90,6 +91,7 @@ std::vector<bool> Catalogue::ListedRecords() {
 }
 
 bool Catalogue::ApplySelectFilter() {
+  const lib::Occupation::Guard occupied(occupied_);
   const int count = list_.Count();
   if (count == 0) return true;
   const CodeFilter filter(filters_.activeSelection, filters_.activeExclusion);

@@ -14,6 +14,7 @@
 #include "db/database.h"
 #include "db/item_list.h"
 #include "lib/list_rows.h"
+#include "lib/occupation.h"
 #include "lib/user.h"
 
 namespace zelkor::db {
@@ -64,6 +65,8 @@ class Catalogue {
   [[nodiscard]] Filters& ItemFilters() { return filters_; }
   [[nodiscard]] clsList& ItemList() { return list_; }
   [[nodiscard]] Database& Data() { return database_; }
+  // In hand during a fill and a filter, and during a run (which says so itself).
+  [[nodiscard]] lib::Occupation& Occupied() { return occupied_; }
 
  private:
   [[nodiscard]] std::vector<bool> ListedRecords();
@@ -73,6 +76,7 @@ class Catalogue {
   Database& database_;
   clsList list_;
   lib::User& user_;
+  lib::Occupation occupied_;
   Filters filters_;
   Mask shown_ = kLiveItems;
   std::unordered_map<std::int32_t, std::int32_t> chosenStates_;

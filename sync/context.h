@@ -5,6 +5,7 @@
 
 #include "db/catalogue.h"
 #include "db/remap.h"
+#include "lib/occupation.h"
 #include "lib/user.h"
 #include "net/targets.h"
 #include "sync/sync_log.h"
@@ -18,7 +19,6 @@ struct Context {
   SyncLog& log;
   lib::User& user;
   const std::string& computerId;  // this computer's
-  bool inProgress = false;        // a run is in hand: no other may start, its target may not be changed
 };
 
 // A place named on the command line instead of the target's stored one: a folder, on import also one sync file.
@@ -27,23 +27,24 @@ struct Place {
   std::string startDirectory;  // native; relative words count from here
 };
 
-// Marks a run as in progress, and leaves the program-wide item and target records as the run found them.
+// Marks a run as in hand, and leaves the program-wide item and target records as the run found them.
 class RunGuard {
  public:
   explicit RunGuard(Context& context)
-      : context_(context), item_(context.catalogue.Data().Item()), target_(context.targets.Current()) {
-    context_.inProgress = true;
-  }
+      : context_(context),
+        occupied_(context.catalogue.Occupied()),
+        item_(context.catalogue.Data().Item()),
+        target_(context.targets.Current()) {}
   ~RunGuard() {
     context_.catalogue.Data().Item() = item_;
     context_.targets.Current() = target_;
-    context_.inProgress = false;
   }
   RunGuard(const RunGuard&) = delete;
   RunGuard& operator=(const RunGuard&) = delete;
 
  private:
   Context& context_;
+  lib::Occupation::Guard occupied_;
   db::FileRec item_;
   net::TargetRec target_;
 };

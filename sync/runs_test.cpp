@@ -270,7 +270,7 @@ TEST_F(Runs, TheRecordsInHandAreLeftAsTheyWere) {
   Import();
   EXPECT_EQ(database_.Item(), item);
   EXPECT_EQ(targets_.Current(), target);
-  EXPECT_FALSE(context_.inProgress);
+  EXPECT_FALSE(context_.catalogue.Occupied().InHand());
 }
 
 TEST_F(Runs, CancellingAnExportIsAFailedDelivery) {
