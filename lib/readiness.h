@@ -1,0 +1,29 @@
+// Waiting for sockets and the like to become readable or writable.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <span>
+
+namespace zelkor::lib {
+
+// What the system calls such a thing: a file descriptor, or a socket handle.
+using Handle = std::intptr_t;
+inline constexpr Handle kNoHandle = -1;
+
+// One handle to wait for, and what the wait found. A handle that failed, or whose other end is gone, is ready for both:
+// the next read or write says what happened.
+struct Awaited {
+  Handle handle = kNoHandle;
+  bool wantRead = false;
+  bool wantWrite = false;
+  bool canRead = false;
+  bool canWrite = false;
+};
+
+// Waits until one of `handles` is ready or the time is over (without one: for ever). An interrupt, also one that came
+// before (terminal.h), ends the wait at once.
+void WaitUntilReady(std::span<Awaited> handles, std::optional<std::chrono::milliseconds> limit);
+
+}  // namespace zelkor::lib
