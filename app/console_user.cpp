@@ -87,6 +87,17 @@ std::string ConsoleUser::ChooseFile(const std::string& /*title*/, const std::str
 
 bool ConsoleUser::Cancelled() const { return lib::Interrupted(); }
 
+bool ConsoleUser::WaitFor(const std::string& caption, const std::function<bool()>& done) {
+  const std::string shown = lib::ToUtf8(OneLine(caption));
+  bool isDone = done();
+  while (!isDone && !Cancelled()) {
+    if (terminal_) DrawProgress(shown);
+    isDone = done();
+  }
+  DrawProgress({});
+  return isDone;
+}
+
 void ConsoleUser::LogLine(const std::string& line) {
   if (outputShared_) DrawProgress({});
   lib::WriteToStandardOutput(lib::ToUtf8(line) + "\n");

@@ -21,6 +21,7 @@ class ConsoleUser : public lib::User {
   std::string ChooseFile(const std::string& title, const std::string& filter, const std::string& folder) override;
   void PendingEvents() override {}
   [[nodiscard]] bool Cancelled() const override;
+  bool WaitFor(const std::string& caption, const std::function<bool()>& done) override;
   void SetStatus(const std::string& /*text*/, bool /*busy*/) override {}
   void ShowLog(const std::string& /*caption*/) override {}
   void LogLine(const std::string& line) override;

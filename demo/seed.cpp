@@ -9,6 +9,7 @@
 //   delete  DESCRIPTION                                        marks an item as deleted
 // and SYNC-TO is All, AllButExcluded or OnlyIncluded. The argument --list prints the items instead.
 #include <cstdio>
+#include <functional>
 #include <iostream>
 #include <optional>
 #include <stdexcept>
@@ -59,6 +60,7 @@ class NoUser : public lib::User {
   }
   void PendingEvents() override {}
   [[nodiscard]] bool Cancelled() const override { return false; }
+  bool WaitFor(const std::string& /*caption*/, const std::function<bool()>& /*done*/) override { return false; }
   void SetStatus(const std::string& /*text*/, bool /*busy*/) override {}
   void ShowLog(const std::string& /*caption*/) override {}
   void LogLine(const std::string& /*line*/) override {}

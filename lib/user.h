@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -56,6 +57,10 @@ class User {
   virtual void PendingEvents() = 0;
   // True once the person asked to stop: the run finishes the file in hand and ends.
   [[nodiscard]] virtual bool Cancelled() const = 0;
+
+  // Shows the caption and a Cancel button until `done` is true, which may take a few hundredths of a second to tell
+  // and is asked over and over. False on Cancel.
+  virtual bool WaitFor(const std::string& caption, const std::function<bool()>& done) = 0;
 
   // The status text of a run; `busy` shows the hourglass.
   virtual void SetStatus(const std::string& text, bool busy) = 0;

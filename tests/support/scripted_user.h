@@ -1,6 +1,7 @@
 // A user whose answers a test has written down beforehand, and who remembers everything that was said.
 #pragma once
 
+#include <chrono>
 #include <deque>
 #include <functional>
 #include <string>
@@ -25,11 +26,16 @@ class ScriptedUser : public lib::User {
   // Called at each PendingEvents; a place to press Cancel.
   std::function<void()> onPendingEvents;
   bool cancelled = false;
+  // Called after each look that found a wait not over, with the caption; a place to press Cancel by `cancelled`, or to
+  // let happen what is waited for. Whatever is not over after `patience` counts as cancelled.
+  std::function<void(const std::string&)> onWaiting;
+  std::chrono::seconds patience{30};
 
   // What was said: every box in order, every log line.
   std::vector<lib::Box> boxes;
   std::vector<std::string> log;
   std::vector<std::string> statuses;
+  std::vector<std::string> waits;  // the captions
 
   [[nodiscard]] std::vector<std::string> Messages() const {
     std::vector<std::string> texts;
@@ -76,6 +82,15 @@ class ScriptedUser : public lib::User {
     if (onPendingEvents) onPendingEvents();
   }
   [[nodiscard]] bool Cancelled() const override { return cancelled; }
+  bool WaitFor(const std::string& caption, const std::function<bool()>& done) override {
+    waits.push_back(caption);
+    const auto end = std::chrono::steady_clock::now() + patience;
+    for (;;) {
+      if (done()) return true;
+      if (cancelled || std::chrono::steady_clock::now() > end) return false;
+      if (onWaiting) onWaiting(caption);
+    }
+  }
   void SetStatus(const std::string& text, bool /*busy*/) override { statuses.push_back(text); }
   void ShowLog(const std::string& /*caption*/) override {}
   void LogLine(const std::string& line) override { log.push_back(line); }
