@@ -69,7 +69,7 @@ class PeerUser {
 };
 
 struct PeerSettings {
-  std::string programDir;  // with a final backslash; keys, pairings and unfinished files are in its folder "vandry"
+  std::string programDir;  // with a final backslash; keys, pairings and unfinished files are in its folder (places.h)
   std::string computerId;  // this computer's; empty when it has none yet
   bool accept = false;     // "AcceptNetConn": listen, and answer requests of others
   std::uint16_t port = 4223;

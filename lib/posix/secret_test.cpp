@@ -1,0 +1,45 @@
+#include "lib/secret.h"
+
+#include <csignal>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <string>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+
+namespace zelkor::lib {
+namespace {
+
+TEST(Secret, LeavesNothingOfALongTextInItsMemory) {
+  std::string text = "a password that is longer than the text object itself";
+  const char* memory = text.data();
+  const std::size_t size = text.size();
+  text.resize(4);  // the rest still stands behind the end
+  Wipe(text);
+  EXPECT_TRUE(text.empty());
+  // The memory is still the text's own, all of it.
+  ASSERT_EQ(text.data(), memory);
+  ASSERT_GE(text.capacity(), size);
+  EXPECT_EQ(memmem(memory, size, "password", 8), nullptr);
+}
+
+TEST(Secret, WipesAShortText) {
+  std::string text = "pw";
+  { const WipedAtEnd end(text); }
+  EXPECT_TRUE(text.empty());
+  EXPECT_EQ(std::memcmp(text.data(), "\0\0", 2), 0);
+}
+
+TEST(Secret, ForbidsCoreFiles) {
+  EXPECT_EXIT(
+      {
+        KeepMemoryPrivate();
+        rlimit limit{};
+        getrlimit(RLIMIT_CORE, &limit);
+        _exit(limit.rlim_cur == 0 && prctl(PR_GET_DUMPABLE) == 0 ? 7 : 1);
+      },
+      testing::ExitedWithCode(7), "");
+}
+
+}  // namespace
+}  // namespace zelkor::lib

@@ -1,0 +1,29 @@
+// Keeping secrets out of what outlives their use: freed memory and core files.
+#pragma once
+
+#include <span>
+#include <string>
+
+namespace zelkor::lib {
+
+// Overwrites the bytes, also where a compiler would find that nobody looks at them any more.
+void Wipe(std::span<char> bytes);
+// All of the text's memory; the text is empty afterwards.
+void Wipe(std::string& text);
+
+// Wipes a text when it goes.
+class WipedAtEnd {
+ public:
+  explicit WipedAtEnd(std::string& text) : text_(text) {}
+  ~WipedAtEnd() { Wipe(text_); }
+  WipedAtEnd(const WipedAtEnd&) = delete;
+  WipedAtEnd& operator=(const WipedAtEnd&) = delete;
+
+ private:
+  std::string& text_;
+};
+
+// From here on this process leaves no core file, and other processes of the same user can not look into its memory.
+void KeepMemoryPrivate();
+
+}  // namespace zelkor::lib
