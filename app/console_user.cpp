@@ -27,6 +27,8 @@ std::vector<NamedButton> ButtonsOf(lib::Buttons buttons) {
       return {{"OK", lib::Button::Ok}, {"Cancel", lib::Button::Cancel}};
     case lib::Buttons::YesNo:
       return {{"Yes", lib::Button::Yes}, {"No", lib::Button::No}};
+    case lib::Buttons::YesNoCancel:
+      return {{"Yes", lib::Button::Yes}, {"No", lib::Button::No}, {"Cancel", lib::Button::Cancel}};
   }
   return {};
 }

@@ -10,7 +10,7 @@
 namespace zelkor::lib {
 
 enum class Icon { None, Critical, Question, Exclamation, Information };
-enum class Buttons { Ok, OkCancel, YesNo };
+enum class Buttons { Ok, OkCancel, YesNo, YesNoCancel };
 enum class Button { Ok, Cancel, Yes, No };
 
 // A message box. Line breaks in `text` are CR LF. `title` empty: the program's name.

@@ -50,7 +50,7 @@ class ScriptedUser : public lib::User {
     if (box.buttons == lib::Buttons::Ok) return lib::Button::Ok;
     if (answers.empty()) {
       inputEnded_ = true;
-      return box.buttons == lib::Buttons::OkCancel ? lib::Button::Cancel : lib::Button::No;
+      return box.buttons == lib::Buttons::YesNo ? lib::Button::No : lib::Button::Cancel;
     }
     const lib::Button answer = answers.front();
     answers.pop_front();

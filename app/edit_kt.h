@@ -1,0 +1,40 @@
+// The text editor: a small window with one text box that shows a text file and writes it back. What it does with the
+// file is in edit_text.h.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <wx/frame.h>
+#include <wx/textctrl.h>
+
+#include "app/edit_text.h"
+#include "app/form_position.h"
+#include "lib/user.h"
+
+namespace zelkor::app {
+
+class EditKt : public wxFrame {
+ public:
+  // `saved` is told after each save that succeeded. `place` is where the window stands unless the settings say
+  // otherwise.
+  EditKt(wxWindow* parent, lib::User& user, const std::string& fileName, const FormPosition& place,
+         std::function<void(const std::string& fileName)> saved);
+
+  [[nodiscard]] const std::string& FileName() const { return text_.FileName(); }
+  // Reads the file again unless the text was changed here.
+  void Reload();
+
+ private:
+  void Form_Load(const FormPosition& place);
+  void Form_Activate();
+  void Form_Unload(wxCloseEvent& event);
+  void File_Save();
+  void File_Exit();
+
+  lib::User& user_;
+  EditText text_;
+  std::function<void(const std::string& fileName)> saved_;
+  wxTextCtrl* Text = nullptr;
+};
+
+}  // namespace zelkor::app
