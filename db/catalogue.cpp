@@ -9,8 +9,8 @@
 
 #include "db/code_filter.h"
 #include "db/equal_memo_ids.h"
+#include "lib/clamp.h"
 #include "lib/code_page.h"
-#include "lib/file_times.h"
 #include "lib/run_time_error.h"
 #include "lib/selection.h"
 #include "lib/text.h"
@@ -47,11 +47,17 @@ std::int32_t DrawMemoId(const std::function<double()>& random, const std::functi
 Catalogue::Catalogue(Database& database, lib::ListRows& rows, lib::User& user)
     : database_(database), list_(rows), user_(user), random_(SeededGenerator()) {}
 
-// What the date column shows of an item: when its first file was last written.
-lib::Date Catalogue::DateOf(const FileRec& item) {
-  if (!list_.Rows().WantsDates()) return 0;
-  const std::string file = lib::FirstSelectedFile(item.Text(FileRec::kFileName));
-  return file.empty() ? 0 : lib::GetFileDate(file, lib::FileTime::Written);
+lib::ListRow Catalogue::RowOf(std::int32_t recno, const FileRec& item) const {
+  constexpr std::int32_t kLastChoice = 2;
+  const auto choice = [&](const lib::Field& field) { return lib::ClampInt(item.Number(field), 0, kLastChoice); };
+  return {.text = item.Text(FileRec::kDescription),
+          .key = {},
+          .selection = item.Text(FileRec::kFileName),
+          .codes = item.Text(FileRec::kCodes),
+          .exportState = ChosenExportState(recno).value_or(choice(FileRec::kSyncMethod)),
+          .syncTo = choice(FileRec::kSyncTo),
+          .importSource = item.Text(FileRec::kImportSource),
+          .importDate = std::max(item.Date(FileRec::kImportDate), 0.0)};
 }
 
 void Catalogue::SelectFirstRow() {
@@ -62,25 +68,54 @@ void Catalogue::SelectFirstRow() {
 
 void Catalogue::FillItemList(Mask shown) {
   const lib::Occupation::Guard occupied(occupied_);
+  DropExportStates();
+  Fill(shown);
+}
+
+void Catalogue::Fill(Mask shown) {
   filters_.activeSelection.clear();
   filters_.activeExclusion.clear();
   shown_ = shown;
-  DropExportStates();
   list_.Rows().Clear();
   user_.PendingEvents();
 
   const std::int32_t records = database_.RecordCount();
   if (records > kMaxItems) lib::SubscriptOutOfRange("more than 9999 items");
   EqualMemoIds equal(records);
-  const bool looksAtFiles = list_.Rows().WantsDates();
   database_.ForEachItem([&](std::int32_t recno, const FileRec& item) {
     equal.Add(recno, item.Number(FileRec::kMemoId));
     if ((item.Number(FileRec::kFlags) & shown.mask) != shown.value) return;
-    list_.Add(item.Text(FileRec::kDescription), recno, DateOf(item));
-    if (looksAtFiles && recno % 64 == 0) user_.PendingEvents();  // the files may be on a slow drive
+    list_.Add(RowOf(recno, item), recno);
   });
   equal.Report(user_);
   SelectFirstRow();
+}
+
+void Catalogue::Refresh() {
+  const lib::Occupation::Guard occupied(occupied_);
+  // The records of the rows from the selected one to the last, then those before it, nearest first.
+  std::vector<std::int32_t> wanted;
+  const int selected = list_.Row();
+  if (selected > 0) {
+    for (int row = selected; row <= list_.Count(); ++row) wanted.push_back(list_.FileRec(row));
+    for (int row = selected - 1; row >= 1; --row) wanted.push_back(list_.FileRec(row));
+  }
+  const std::string selection = filters_.activeSelection;
+  const std::string exclusion = filters_.activeExclusion;
+  Fill(shown_);
+  if (!selection.empty() || !exclusion.empty()) {
+    filters_.activeSelection = selection;
+    filters_.activeExclusion = exclusion;
+    ApplySelectFilter();
+  }
+  const std::vector<bool> listed = ListedRecords();
+  const auto found = std::find_if(wanted.begin(), wanted.end(), [&listed](std::int32_t recno) {
+    const auto index = static_cast<std::size_t>(recno);
+    return index < listed.size() && listed[index];
+  });
+  if (found == wanted.end()) return;
+  list_.SetRow(list_.RowOf(*found));
+  ReadCurrentItem();
 }
 
 // Which records have a row, by record number.
@@ -145,6 +180,13 @@ void Catalogue::ReadCurrentItem() {
   if (const int row = list_.Row(); row > 0) database_.ReadItem(list_.FileRec(row));
 }
 
+void Catalogue::ShowCurrentRow() {
+  const int row = list_.Row();
+  if (row == 0) return;
+  const std::int32_t recno = list_.FileRec(row);
+  list_.Replace(row, RowOf(recno, database_.Item()), recno);
+}
+
 std::optional<std::int32_t> Catalogue::AddItem(std::string_view description, std::string_view fileName) {
   if (database_.RecordCount() >= kMaxItems) {
     user_.Message("The database is full: it holds " + std::to_string(kMaxItems) +
@@ -169,8 +211,8 @@ std::optional<std::int32_t> Catalogue::AddItem(std::string_view description, std
   // the item last looked at.
   database_.WriteItem(recno);
 
-  list_.Add(item.Text(FileRec::kDescription), recno, DateOf(item));
-  list_.SetRow(list_.Count());
+  list_.Add(RowOf(recno, item), recno);
+  list_.SetRow(list_.RowOf(recno));
   return recno;
 }
 

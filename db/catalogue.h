@@ -44,6 +44,11 @@ class Catalogue {
   // kMaxItems records are a run-time error. Drops the export states chosen in the Edit menu; a run fills
   // a list of its own and so keeps them.
   void FillItemList(Mask shown);
+  // The one refresh after changes of items: a fill with the mask in force, the active codes applied again, and the
+  // same item selected again, or its neighbour when it is not listed any more. Chosen export states stay.
+  void Refresh();
+  // What the last fill asked for.
+  [[nodiscard]] Mask Shown() const { return shown_; }
   // Removes the rows that the active codes do not keep. When none would be left: "Nothing selected!", the full list
   // again (as the last fill made it), and false.
   bool ApplySelectFilter();
@@ -51,6 +56,9 @@ class Catalogue {
   [[nodiscard]] std::vector<std::string> CollectCodes();
   // Reads the selected row's item into the database's buffer; nothing when no row is selected.
   void ReadCurrentItem();
+
+  // Shows the selected row anew, from the item in the database's buffer (which must be that row's).
+  void ShowCurrentRow();
 
   // Appends an item with a memo ID of its own; its sync method is that of the item last looked at. Nothing when the
   // database is full (a message has said so). The list gets a row for it, which becomes the selected one.
@@ -69,8 +77,9 @@ class Catalogue {
   [[nodiscard]] lib::Occupation& Occupied() { return occupied_; }
 
  private:
+  void Fill(Mask shown);
+  [[nodiscard]] lib::ListRow RowOf(std::int32_t recno, const FileRec& item) const;
   [[nodiscard]] std::vector<bool> ListedRecords();
-  [[nodiscard]] lib::Date DateOf(const FileRec& item);
   void SelectFirstRow();
 
   Database& database_;

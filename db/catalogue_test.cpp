@@ -9,10 +9,10 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "db/memory_rows.h"
-#include "lib/clock.h"
 #include "lib/run_time_error.h"
 #include "tests/support/database_fixture.h"
 #include "tests/support/golden_database.h"
@@ -24,10 +24,22 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// Rows that show dates, as a window's do.
-class DatedRows : public MemoryRows {
+// Rows that keep all that they are given, as a window's do.
+class ShownRows : public MemoryRows {
  public:
-  [[nodiscard]] bool WantsDates() const override { return true; }
+  void Clear() override {
+    MemoryRows::Clear();
+    shown.clear();
+  }
+  void Add(lib::ListRow row) override {
+    shown.push_back(row);
+    MemoryRows::Add(std::move(row));
+  }
+  void Replace(int row, lib::ListRow with) override {
+    shown.at(static_cast<std::size_t>(row) - 1) = with;
+    MemoryRows::Replace(row, std::move(with));
+  }
+  std::vector<lib::ListRow> shown;
 };
 
 class CatalogueTest : public tests::DatabaseFixture {
@@ -164,20 +176,6 @@ TEST_F(CatalogueTest, EndsTheFillOfMoreThan9999ItemsWithARunTimeError) {
   EXPECT_THROW(static_cast<void>(Data().FindMemoId(1)), lib::RunTimeError);
 }
 
-TEST_F(CatalogueTest, LooksAtFilesForRowsThatShowDatesOnly) {
-  OpenWith({});
-  WriteNative(Home() / "a.txt", "x");
-  DatedRows dated;
-  Catalogue catalogue(Data(), dated, user_);
-  catalogue.AddItem("there", "c:\\a.txt");
-  catalogue.AddItem("not there", "c:\\b.txt");
-  catalogue.FillItemList(kLiveItems);
-  EXPECT_NEAR(dated.DateOf(1), lib::Now(), 60.0 / 86400);
-  EXPECT_EQ(dated.DateOf(2), 0);
-  Items().FillItemList(kLiveItems);
-  EXPECT_EQ(rows_.DateOf(1), 0);
-}
-
 TEST_F(CatalogueTest, KeepsItemsThatCarryAllSelectionCodes) {
   OpenWith({{"one", "A x B", 1}, {"two", "a", 2}, {"three", "b a", 3}, {"four", "ab", 4}, {"gone", "a b", 5, 1}});
   Items().FillItemList(kLiveItems);
@@ -207,7 +205,11 @@ TEST_F(CatalogueTest, NarrowsWhatAnEarlierFilterHasLeft) {
 
 TEST_F(CatalogueTest, FiltersRowsInTheOrderThatTheyStandIn) {
   OpenWith({{"one", "a", 1}, {"two", "b", 2}, {"three", "a", 3}});
-  for (const int recno : {3, 2, 1}) Items().ItemList().Add(std::to_string(recno), recno, 0);
+  for (const int recno : {3, 2, 1}) {
+    lib::ListRow row;
+    row.text = std::to_string(recno);
+    Items().ItemList().Add(row, recno);
+  }
   EXPECT_TRUE(Filter("a"));
   EXPECT_THAT(Recnos(), ElementsAre(3, 1));
   EXPECT_EQ(Current(), "three");
@@ -330,6 +332,142 @@ TEST(DrawMemoId, DrawsAgainWhatIsOutOfRangeOrTaken) {
   std::size_t next = 0;
   EXPECT_EQ(DrawMemoId([&] { return numbers.at(next++); }, [](std::int32_t id) { return id == 5; }), 6);
   EXPECT_EQ(next, 3U);
+}
+
+TEST_F(CatalogueTest, GivesARowWhatItsRecordHolds) {
+  WriteConfigFile(tests::GoldenConfig());
+  WriteItemFile(tests::GoldenItems());
+  ASSERT_EQ(Open(), Database::Opened::Yes);
+  ShownRows rows;
+  Catalogue catalogue(Data(), rows, user_);
+  catalogue.FillItemList(kAllItems);
+  ASSERT_EQ(rows.shown.size(), 2U);
+  const lib::ListRow& first = rows.shown[0];
+  EXPECT_EQ(first.text, "Plan");
+  EXPECT_EQ(first.key, "r1");
+  EXPECT_EQ(first.selection, "c:\\job\\finance\\plan.xls\r\nc:\\job\\finance\\notes.txt");
+  EXPECT_EQ(first.codes, "+pc1 Work");
+  EXPECT_EQ(first.exportState, 1);
+  EXPECT_EQ(first.syncTo, 2);
+  EXPECT_EQ(first.importSource, "office");
+  EXPECT_EQ(first.importDate, 46000.5);
+  EXPECT_EQ(rows.shown[1].exportState, 2);
+  EXPECT_EQ(rows.shown[1].importDate, 0);
+}
+
+TEST_F(CatalogueTest, ShowsRecordValuesOutOfRangeAsTheNearestEnd) {
+  OpenWith({{"one", "", 1}});
+  Data().ReadItem(1);
+  Data().Item().SetNumber(FileRec::kSyncMethod, 7);
+  Data().Item().SetNumber(FileRec::kSyncTo, -3);
+  Data().Item().SetDate(FileRec::kImportDate, -1);
+  Data().WriteItem(1);
+  ShownRows rows;
+  Catalogue catalogue(Data(), rows, user_);
+  catalogue.FillItemList(kLiveItems);
+  EXPECT_EQ(rows.shown.at(0).exportState, 2);
+  EXPECT_EQ(rows.shown.at(0).syncTo, 0);
+  EXPECT_EQ(rows.shown.at(0).importDate, 0);
+}
+
+TEST_F(CatalogueTest, ShowsTheSelectedRowAnewWithTheChosenExportState) {
+  OpenWith({{"one", "", 1}, {"two", "", 2}});
+  ShownRows rows;
+  Catalogue catalogue(Data(), rows, user_);
+  catalogue.FillItemList(kLiveItems);
+  catalogue.ItemList().SetRow(2);
+  catalogue.ReadCurrentItem();
+  Data().Item().SetText(FileRec::kDescription, "other");
+  catalogue.ChooseExportState(2, 1);
+  catalogue.ShowCurrentRow();
+  EXPECT_EQ(rows.Text(1), "one");
+  EXPECT_EQ(rows.Text(2), "other");
+  EXPECT_EQ(rows.Key(2), "r2");
+  EXPECT_EQ(rows.shown.at(1).exportState, 1);
+}
+
+TEST_F(CatalogueTest, RefreshesWithTheMaskAndTheCodesInForce) {
+  OpenWith({{"one", "a", 1}, {"gone", "a", 2, 1}, {"two", "b", 3}, {"gone too", "b", 4, 1}});
+  Items().FillItemList(kDeletedItems);
+  EXPECT_TRUE(Filter("b"));
+  Items().Refresh();
+  EXPECT_THAT(Listed(), ElementsAre("gone too"));
+  EXPECT_EQ(Items().ItemFilters().activeSelection, "b");
+  EXPECT_EQ(Items().Shown().value, 1);
+}
+
+TEST_F(CatalogueTest, SelectsTheSameItemAfterARefresh) {
+  OpenWith({{"one", "", 1}, {"two", "", 2}, {"three", "", 3}});
+  Items().FillItemList(kLiveItems);
+  Items().ItemList().SetRow(3);
+  Data().ReadItem(1);
+  Data().Item().SetNumber(FileRec::kFlags, kItemDeleted);
+  Data().WriteItem(1);
+  Items().Refresh();
+  EXPECT_THAT(Listed(), ElementsAre("two", "three"));
+  EXPECT_EQ(Items().ItemList().Row(), 2);
+  EXPECT_EQ(Current(), "three");
+}
+
+TEST_F(CatalogueTest, SelectsTheNeighbourWhenARefreshDoesNotListTheItem) {
+  OpenWith({{"one", "", 1}, {"two", "", 2}, {"three", "", 3}});
+  Items().FillItemList(kLiveItems);
+  const auto removeRow = [this](int row) {
+    Items().ItemList().SetRow(row);
+    Items().ReadCurrentItem();
+    Data().Item().SetNumber(FileRec::kFlags, kItemDeleted);
+    Data().WriteItem(Items().ItemList().FileRec(row));
+    Items().Refresh();
+  };
+  removeRow(2);
+  EXPECT_EQ(Current(), "three");
+  EXPECT_EQ(Items().ItemList().Row(), 2);
+  removeRow(2);
+  EXPECT_EQ(Current(), "one");
+  removeRow(1);
+  EXPECT_THAT(Listed(), IsEmpty());
+  EXPECT_EQ(Items().ItemList().Row(), 0);
+}
+
+TEST_F(CatalogueTest, KeepsTheExportStatesChosenInTheMenuOverARefresh) {
+  OpenWith({{"one", "", 1}, {"two", "", 2}});
+  Items().FillItemList(kLiveItems);
+  Items().ChooseExportState(2, 1);
+  Items().Refresh();
+  EXPECT_EQ(Items().ChosenExportState(2), 1);
+}
+
+TEST_F(CatalogueTest, ShowsTheFullListWhenARefreshFindsNothingOfTheCodesLeft) {
+  OpenWith({{"one", "a", 1}, {"two", "b", 2}});
+  Items().FillItemList(kLiveItems);
+  EXPECT_TRUE(Filter("a"));
+  Items().ReadCurrentItem();
+  Data().Item().SetNumber(FileRec::kFlags, kItemDeleted);
+  Data().WriteItem(1);
+  Items().Refresh();
+  EXPECT_THAT(user_.Messages(), ElementsAre("Nothing selected!"));
+  EXPECT_THAT(Listed(), ElementsAre("two"));
+  EXPECT_EQ(Current(), "two");
+}
+
+TEST_F(CatalogueTest, SelectsTheRowOfANewItemWhereverItStands) {
+  OpenWith({{"one", "", 1}});
+  // Rows that put a new one first, as a sorted list may.
+  class FirstRows : public ShownRows {
+   public:
+    void Add(lib::ListRow row) override {
+      ShownRows::Add(std::move(row));
+      for (int i = Count(); i > 1; --i) {
+        const std::string key = Key(i);
+        SetKey(i, Key(i - 1));
+        SetKey(i - 1, key);
+      }
+    }
+  } rows;
+  Catalogue catalogue(Data(), rows, user_);
+  catalogue.FillItemList(kLiveItems);
+  EXPECT_EQ(catalogue.AddItem("new", "c:\\n.txt"), 2);
+  EXPECT_EQ(catalogue.ItemList().Row(), 1);
 }
 
 TEST_F(CatalogueTest, RemembersExportStatesByRecordUntilTheNextFill) {

@@ -1,6 +1,7 @@
 #include "db/item_list.h"
 
 #include <charconv>
+#include <utility>
 
 namespace zelkor::db {
 namespace {
@@ -28,6 +29,22 @@ std::int32_t clsList::FileRec(int row) const {
 
 void clsList::SetFileRec(int row, std::int32_t recno) { rows_.SetKey(row, Key(recno)); }
 
-void clsList::Add(const std::string& text, std::int32_t recno, lib::Date date) { rows_.Add(text, Key(recno), date); }
+int clsList::RowOf(std::int32_t recno) const {
+  const std::string key = Key(recno);
+  for (int row = 1; row <= rows_.Count(); ++row) {
+    if (rows_.Key(row) == key) return row;
+  }
+  return 0;
+}
+
+void clsList::Add(lib::ListRow shown, std::int32_t recno) {
+  shown.key = Key(recno);
+  rows_.Add(std::move(shown));
+}
+
+void clsList::Replace(int row, lib::ListRow shown, std::int32_t recno) {
+  shown.key = Key(recno);
+  rows_.Replace(row, std::move(shown));
+}
 
 }  // namespace zelkor::db

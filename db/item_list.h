@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <string>
 
-#include "lib/date.h"
 #include "lib/list_rows.h"
 
 namespace zelkor::db {
@@ -24,7 +23,11 @@ class clsList {
   void SetRow(int row);
   [[nodiscard]] std::int32_t FileRec(int row) const;
   void SetFileRec(int row, std::int32_t recno);
-  void Add(const std::string& text, std::int32_t recno, lib::Date date);
+  // The row of a record; 0 when it has none.
+  [[nodiscard]] int RowOf(std::int32_t recno) const;
+  // `shown` need not have its key.
+  void Add(lib::ListRow shown, std::int32_t recno);
+  void Replace(int row, lib::ListRow shown, std::int32_t recno);
 
   [[nodiscard]] lib::ListRows& Rows() { return rows_; }
 

@@ -1,18 +1,25 @@
 #include "db/item_list.h"
 
 #include <gtest/gtest.h>
+#include <string>
 
 #include "db/memory_rows.h"
 
 namespace zelkor::db {
 namespace {
 
+lib::ListRow Row(const std::string& text) {
+  lib::ListRow row;
+  row.text = text;
+  return row;
+}
+
 class ItemList : public testing::Test {
  protected:
   ItemList() {
-    list_.Add("Plan", 12, 46000.5);
-    list_.Add("List", 3, 0);
-    list_.Add("Letter", 9999, 0);
+    list_.Add(Row("Plan"), 12);
+    list_.Add(Row("List"), 3);
+    list_.Add(Row("Letter"), 9999);
   }
   MemoryRows rows_;
   clsList list_{rows_};
@@ -43,7 +50,19 @@ TEST_F(ItemList, CountsRowsFrom1) {
   EXPECT_EQ(list_.Row(), 0);
   list_.SetRow(2);
   EXPECT_EQ(list_.Row(), 2);
-  EXPECT_EQ(rows_.DateOf(1), 46000.5);
+}
+
+TEST_F(ItemList, FindsTheRowOfARecord) {
+  EXPECT_EQ(list_.RowOf(3), 2);
+  EXPECT_EQ(list_.RowOf(9999), 3);
+  EXPECT_EQ(list_.RowOf(999), 0);
+}
+
+TEST_F(ItemList, ShowsARowAnewWhereItStands) {
+  list_.Replace(2, Row("Shopping"), 3);
+  EXPECT_EQ(list_.Text(2), "Shopping");
+  EXPECT_EQ(list_.FileRec(2), 3);
+  EXPECT_EQ(list_.Count(), 3);
 }
 
 TEST_F(ItemList, KeepsTheSelectionOnItsRowWhenRowsGo) {

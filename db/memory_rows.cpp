@@ -10,8 +10,10 @@ void MemoryRows::Clear() {
   selected_ = 0;
 }
 
-void MemoryRows::Add(std::string text, std::string key, lib::Date date) {
-  rows_.push_back({.text = std::move(text), .key = std::move(key), .date = date});
+void MemoryRows::Add(lib::ListRow row) { rows_.push_back({.text = std::move(row.text), .key = std::move(row.key)}); }
+
+void MemoryRows::Replace(int row, lib::ListRow shown) {
+  At(row) = {.text = std::move(shown.text), .key = std::move(shown.key)};
 }
 
 void MemoryRows::Keep(const std::vector<bool>& keep) {

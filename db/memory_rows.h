@@ -11,8 +11,8 @@ namespace zelkor::db {
 class MemoryRows : public lib::ListRows {
  public:
   void Clear() override;
-  [[nodiscard]] bool WantsDates() const override { return false; }
-  void Add(std::string text, std::string key, lib::Date date) override;
+  void Add(lib::ListRow row) override;
+  void Replace(int row, lib::ListRow shown) override;
   [[nodiscard]] int Count() const override { return static_cast<int>(rows_.size()); }
   [[nodiscard]] std::string Text(int row) const override { return At(row).text; }
   void SetText(int row, const std::string& text) override { At(row).text = text; }
@@ -24,13 +24,10 @@ class MemoryRows : public lib::ListRows {
   // The selection stays with its row, and is gone when the row is.
   void Keep(const std::vector<bool>& keep) override;
 
-  [[nodiscard]] lib::Date DateOf(int row) const { return At(row).date; }
-
  private:
   struct Row {
     std::string text;
     std::string key;
-    lib::Date date = 0;
   };
   [[nodiscard]] const Row& At(int row) const { return rows_.at(static_cast<std::size_t>(row) - 1); }
   [[nodiscard]] Row& At(int row) { return rows_.at(static_cast<std::size_t>(row) - 1); }

@@ -9,6 +9,18 @@
 
 namespace zelkor::lib {
 
+// What one row shows. A row that nobody sees may keep its text and key alone.
+struct ListRow {
+  std::string text;  // the item's description
+  std::string key;
+  std::string selection;  // the item's files; the date that a row shows is that of the first one
+  std::string codes;
+  int exportState = 0;  // 0 Auto, 1 On, 2 Off
+  int syncTo = 0;       // 0 All, 1 All but excluded, 2 Only included
+  std::string importSource;
+  Date importDate = 0;
+};
+
 class ListRows {
  public:
   ListRows() = default;
@@ -17,10 +29,10 @@ class ListRows {
   virtual ~ListRows() = default;
 
   virtual void Clear() = 0;
-  // Whether the rows show each item's date (finding it costs a look at the file), and a new row; `date` is 0 when they
-  // do not, or there is none.
-  [[nodiscard]] virtual bool WantsDates() const = 0;
-  virtual void Add(std::string text, std::string key, Date date) = 0;
+  // A new row, not always the last one: rows may stand in an order of their own.
+  virtual void Add(ListRow row) = 0;
+  // Shows a row anew, where it stands.
+  virtual void Replace(int row, ListRow shown) = 0;
   [[nodiscard]] virtual int Count() const = 0;
   [[nodiscard]] virtual std::string Text(int row) const = 0;
   virtual void SetText(int row, const std::string& text) = 0;
