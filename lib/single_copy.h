@@ -1,4 +1,4 @@
-// One running copy of the program for each ProgramDir.
+// One running copy of a program for each ProgramDir.
 #pragma once
 
 #include <memory>
@@ -8,8 +8,8 @@ namespace zelkor::lib {
 
 class SingleCopy {
  public:
-  // Claims `programDir` for this process until the object goes.
-  explicit SingleCopy(std::string_view programDir);
+  // Claims `programDir` for this process until the object goes; each `program` of the suite has a claim of its own.
+  explicit SingleCopy(std::string_view programDir, std::string_view program = "zelkor");
   ~SingleCopy();
   SingleCopy(const SingleCopy&) = delete;
   SingleCopy& operator=(const SingleCopy&) = delete;

@@ -19,8 +19,8 @@ struct SingleCopy::State {
   bool first = true;
 };
 
-SingleCopy::SingleCopy(std::string_view programDir) : state_(std::make_unique<State>()) {
-  const Result<std::string> native = ToNative(SlashPath(programDir) + "zelkor.lock");
+SingleCopy::SingleCopy(std::string_view programDir, std::string_view program) : state_(std::make_unique<State>()) {
+  const Result<std::string> native = ToNative(SlashPath(programDir) + std::string(program) + ".lock");
   if (!native.Ok()) return;
   state_->lock = posix::Descriptor(posix::Uninterrupted(
       [&] { return open(native->c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600); }));
