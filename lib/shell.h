@@ -3,6 +3,9 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include "lib/status.h"
 
 namespace zelkor::lib {
 
@@ -14,5 +17,9 @@ void ShellOpen(std::string_view document, ShowMode mode = ShowMode::Normal);
 void OpenWebPage(std::string_view address);
 // The address that OpenWebPage opens.
 [[nodiscard]] std::string WebAddress(std::string_view address);
+
+// Starts another program of the suite, named by its native path, which goes on when this one ends. It gets the
+// environment, no input and no place for its output. Fails when there is no such program or it can not be started.
+[[nodiscard]] Status StartProgram(const std::string& nativePath, const std::vector<std::string>& arguments = {});
 
 }  // namespace zelkor::lib

@@ -6,19 +6,21 @@
 #include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 
 #include "lib/code_page.h"
 #include "lib/native_path.h"
 #include "lib/paths.h"
-#include "lib/posix/drives.h"
+#include "lib/posix/descriptor.h"
+#include "lib/posix/system_error.h"
 
 namespace zelkor::lib {
 namespace {
 
 constexpr const char* kOpener = "xdg-open";
 
-// In the grandchild: only calls that are safe after a fork.
-[[noreturn]] void Become(const char* directory, char* const* arguments) {
+// In the grandchild: only calls that are safe after a fork. Returns when the program can not be started.
+void Become(const char* directory, char* const* arguments) {
   setsid();
   // What this program ignores its child would ignore too.
   signal(SIGPIPE, SIG_DFL);
@@ -28,7 +30,39 @@ constexpr const char* kOpener = "xdg-open";
   for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(nothing, standard);
   if (nothing > STDERR_FILENO) close(nothing);
   execvp(arguments[0], arguments);
-  _exit(127);
+}
+
+// Starts a program as nobody's child here, so that nothing has to wait for it and no zombie stays. 0, or why the
+// system did not start it.
+int Launch(const std::string& directory, std::vector<std::string> words) {
+  std::vector<char*> arguments;
+  arguments.reserve(words.size() + 1);
+  for (std::string& word : words) arguments.push_back(word.data());
+  arguments.push_back(nullptr);
+  // Closed by a start that works; otherwise the reason comes through it.
+  std::array<int, 2> ends{};
+  if (pipe2(ends.data(), O_CLOEXEC) != 0) return errno;
+  const posix::Descriptor reading(ends[0]);
+  posix::Descriptor writing(ends[1]);
+  const pid_t child = fork();
+  if (child == 0) {
+    if (fork() != 0) _exit(0);
+    Become(directory.c_str(), arguments.data());
+    const int why = errno;
+    if (write(writing.Get(), &why, sizeof why) < 0) _exit(126);
+    _exit(127);
+  }
+  if (child < 0) return errno;
+  writing.Close();
+  (void)posix::Uninterrupted([&] { return waitpid(child, nullptr, 0); });
+  int why = 0;
+  const ssize_t told = posix::Uninterrupted([&] { return read(reading.Get(), &why, sizeof why); });
+  return told == static_cast<ssize_t>(sizeof why) ? why : 0;
+}
+
+std::string DirectoryToStartIn() {
+  const Result<std::string> home = ToNative("c:\\");
+  return home.Ok() ? *home : "/";
 }
 
 }  // namespace
@@ -42,18 +76,14 @@ void ShellOpen(std::string_view document, ShowMode /*mode*/) {
   }
   // A first character "-" would make it an option.
   if (target.empty() || target.front() == '-') return;
-  std::string opener = kOpener;
-  const Result<std::string> home = ToNative("c:\\");
-  const std::string directory = home.Ok() ? *home : "/";
-  const std::array<char*, 3> arguments = {opener.data(), target.data(), nullptr};
-  // The grandchild is nobody's child here, so nothing has to wait for it and no zombie stays.
-  const pid_t child = fork();
-  if (child == 0) {
-    if (fork() != 0) _exit(0);
-    Become(directory.c_str(), arguments.data());
-  }
-  while (child > 0 && waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
-  }
+  (void)Launch(DirectoryToStartIn(), {kOpener, target});
+}
+
+Status StartProgram(const std::string& nativePath, const std::vector<std::string>& arguments) {
+  std::vector<std::string> words{nativePath};
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  const int why = Launch(DirectoryToStartIn(), std::move(words));
+  return why == 0 ? Status() : posix::SystemFailure(why, FromUtf8Lossy(nativePath));
 }
 
 }  // namespace zelkor::lib

@@ -53,6 +53,24 @@ TEST_F(Shell, LeavesNoChildBehind) {
   EXPECT_EQ(errno, ECHILD);
 }
 
+TEST_F(Shell, StartsAProgramWithItsArguments) {
+  ASSERT_TRUE(StartProgram((Root() / "bin/xdg-open").string(), {"/syncexp:lap:\"\"", "two words"}).Ok());
+  EXPECT_EQ(Told(), "[/syncexp:lap:\"\"][two words] " + Home().string());
+}
+
+TEST_F(Shell, SaysThatAProgramToStartDoesNotExist) {
+  const Status started = StartProgram((Root() / "bin/vandry").string());
+  EXPECT_EQ(started.Why(), Cause::NotFound);
+  errno = 0;
+  EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+  EXPECT_EQ(errno, ECHILD);
+}
+
+TEST_F(Shell, SaysThatAFileIsNoProgram) {
+  WriteNative(Root() / "bin/vandry", "");
+  EXPECT_FALSE(StartProgram((Root() / "bin/vandry").string()).Ok());
+}
+
 TEST_F(Shell, DoesNothingWithoutAnOpener) {
   fs::remove(Root() / "bin/xdg-open");
   setenv("PATH", (Root() / "bin").c_str(), 1);
