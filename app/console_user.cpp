@@ -4,9 +4,9 @@
 #include <utility>
 #include <vector>
 
-#include "app/progress_line.h"
 #include "lib/clock.h"
 #include "lib/code_page.h"
+#include "lib/progress_line.h"
 #include "lib/terminal.h"
 #include "lib/text.h"
 
@@ -111,7 +111,7 @@ void ConsoleUser::ShowProgress(const lib::Progress& progress) {
   if (progressStarted_ == 0) progressStarted_ = now;
   if (now - progressDrawn_ < kDrawEvery) return;
   progressDrawn_ = now;
-  DrawProgress(ProgressLine(progress, now - progressStarted_, lib::TerminalColumns()));
+  DrawProgress(lib::ProgressLine(progress, now - progressStarted_, lib::TerminalColumns()));
 }
 
 void ConsoleUser::EndProgress() {

@@ -67,7 +67,8 @@ class TargetEditing {
   // stay unsaved in the window.
   bool SaveTarget();
 
-  // The user's doings. Selecting is ignored while a run is in hand; edits of the target left are saved first.
+  // The user's doings. Selecting is ignored while a run is in hand. Edits of the target that is left are saved first;
+  // when that fails it stays selected.
   void List_Click(int index);
   void Connection_Click();
   void ConPar_Change();
@@ -95,6 +96,9 @@ class TargetEditing {
     int slot = 0;
   };
 
+  // Puts the entries on the screen, this one selected.
+  void ShowEntries(int selected);
+  // Shows the selected entry's connection.
   void Select(int index);
   void ShowNothing();
   void SetUnsaved(bool unsaved);

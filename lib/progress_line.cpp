@@ -1,11 +1,11 @@
-#include "app/progress_line.h"
+#include "lib/progress_line.h"
 
 #include <array>
 #include <cstdint>
 
 #include "lib/format.h"
 
-namespace zelkor::app {
+namespace zelkor::lib {
 
 namespace {
 
@@ -17,16 +17,15 @@ std::string Bytes(double bytes) {
     bytes /= 1024;
     ++unit;
   }
-  return (unit == 0 ? lib::FormatGrouped(static_cast<std::int64_t>(bytes)) : lib::FormatOneDecimal(bytes)) + " " +
-         kUnits[unit];
+  return (unit == 0 ? FormatGrouped(static_cast<std::int64_t>(bytes)) : FormatOneDecimal(bytes)) + " " + kUnits[unit];
 }
 
 }  // namespace
 
-std::string ProgressLine(const lib::Progress& progress, double elapsedSeconds, int columns) {
+std::string ProgressLine(const Progress& progress, double elapsedSeconds, int columns) {
   std::string line = std::string(progress.doing);
   if (progress.itemsTotal > 0) {
-    line += "  " + lib::FormatGrouped(progress.items) + " of " + lib::FormatGrouped(progress.itemsTotal) + " items";
+    line += "  " + FormatGrouped(progress.items) + " of " + FormatGrouped(progress.itemsTotal) + " items";
   }
   if (progress.bytes > 0 || progress.bytesTotal > 0) {
     line += "  " + Bytes(static_cast<double>(progress.bytes));
@@ -37,7 +36,7 @@ std::string ProgressLine(const lib::Progress& progress, double elapsedSeconds, i
     const double rate = static_cast<double>(progress.bytes) / elapsedSeconds;
     line += "  " + Bytes(rate) + "/s";
     if (progress.bytesTotal > progress.bytes) {
-      line += "  " + lib::FormatElapsed(static_cast<double>(progress.bytesTotal - progress.bytes) / rate) + " left";
+      line += "  " + FormatElapsed(static_cast<double>(progress.bytesTotal - progress.bytes) / rate) + " left";
     }
   }
   if (columns > 1 && line.size() >= static_cast<std::size_t>(columns))
@@ -45,4 +44,4 @@ std::string ProgressLine(const lib::Progress& progress, double elapsedSeconds, i
   return line;
 }
 
-}  // namespace zelkor::app
+}  // namespace zelkor::lib

@@ -1,10 +1,10 @@
-#include "app/progress_line.h"
+#include "lib/progress_line.h"
 
-namespace zelkor::app {
+namespace zelkor::lib {
 namespace {
 
 TEST(ProgressLine, SaysWhatIsDoneOfAllTheRateAndTheTimeLeft) {
-  const lib::Progress progress{
+  const Progress progress{
       .doing = "Exporting", .items = 1234, .itemsTotal = 9000, .bytes = 3 << 20, .bytesTotal = 9 << 20};
   EXPECT_EQ(ProgressLine(progress, 1.5, 200),
             "Exporting  1 234 of 9 000 items  3.0 MB of 9.0 MB  2.0 MB/s  00:00:03 left");
@@ -16,9 +16,9 @@ TEST(ProgressLine, LeavesOutWhatIsNotKnown) {
 }
 
 TEST(ProgressLine, StaysWithinTheTerminal) {
-  const lib::Progress progress{.doing = "Exporting", .items = 1234, .itemsTotal = 9000};
+  const Progress progress{.doing = "Exporting", .items = 1234, .itemsTotal = 9000};
   EXPECT_EQ(ProgressLine(progress, 0, 20).size(), 19U);
 }
 
 }  // namespace
-}  // namespace zelkor::app
+}  // namespace zelkor::lib
