@@ -181,10 +181,11 @@ void Catalogue::ReadCurrentItem() {
 }
 
 void Catalogue::ShowCurrentRow() {
-  const int row = list_.Row();
-  if (row == 0) return;
-  const std::int32_t recno = list_.FileRec(row);
-  list_.Replace(row, RowOf(recno, database_.Item()), recno);
+  if (const int row = list_.Row(); row > 0) ShowRowOf(list_.FileRec(row));
+}
+
+void Catalogue::ShowRowOf(std::int32_t recno) {
+  if (const int row = list_.RowOf(recno); row > 0) list_.Replace(row, RowOf(recno, database_.Item()), recno);
 }
 
 std::optional<std::int32_t> Catalogue::AddItem(std::string_view description, std::string_view fileName) {

@@ -59,6 +59,8 @@ class Catalogue {
 
   // Shows the selected row anew, from the item in the database's buffer (which must be that row's).
   void ShowCurrentRow();
+  // The same for the row of this record, if it is listed.
+  void ShowRowOf(std::int32_t recno);
 
   // Appends an item with a memo ID of its own; its sync method is that of the item last looked at. Nothing when the
   // database is full (a message has said so). The list gets a row for it, which becomes the selected one.

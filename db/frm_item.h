@@ -22,7 +22,7 @@ class frmItem : public wxDialog, public ItemForm {
   void HideForm() override;
   void SetItem(const ItemShown& item) override;
   [[nodiscard]] ItemEdited Edited() const override;
-  void SetFileName(const std::string& text) override;
+  void SetFileName(const std::string& utf8) override;
   [[nodiscard]] bool ApplyEnabled() const override;
   void EnableApply(bool enable) override;
   void EnableFields(bool enable) override;

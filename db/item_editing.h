@@ -6,12 +6,14 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "db/catalogue.h"
 #include "lib/desktop.h"
+#include "lib/status.h"
 #include "lib/user.h"
 
 namespace zelkor::db {
@@ -22,23 +24,23 @@ inline const std::vector<std::string> kSyncToChoices{"All", "All but excluded", 
 
 // What the dialog shows of an item.
 struct ItemShown {
-  std::string caption;
-  std::string description;
-  std::string codes;
-  std::string fileName;  // lines ended by CR LF
+  std::string caption{};
+  std::string description{};
+  std::string codes{};
+  std::string fileName{};  // lines ended by CR LF
   std::int32_t syncMethod = 0;
   std::int32_t syncTo = 0;
-  std::string fileDate;
-  std::string importUserId;
-  std::string importDate;
+  std::string fileDate{};
+  std::string importUserId{};
+  std::string importDate{};
 };
 
 // What the user has made of it.
 struct ItemEdited {
-  std::string description;
-  std::string codes;
+  std::string description{};
+  std::string codes{};
   // The lines as typed, any line ends, in UTF-8: a native path among them is spelled as the system spells it.
-  std::string fileNameUtf8;
+  std::string fileNameUtf8{};
   std::int32_t syncMethod = 0;
   std::int32_t syncTo = 0;
 };
@@ -57,7 +59,8 @@ class ItemForm {
   virtual void HideForm() = 0;
   virtual void SetItem(const ItemShown& item) = 0;
   [[nodiscard]] virtual ItemEdited Edited() const = 0;
-  virtual void SetFileName(const std::string& text) = 0;
+  // The lines of the file selection, as they come from Edited().
+  virtual void SetFileName(const std::string& utf8) = 0;
   // The state of `Apply` is the only record of unapplied changes.
   [[nodiscard]] virtual bool ApplyEnabled() const = 0;
   virtual void EnableApply(bool enable) = 0;
@@ -70,10 +73,10 @@ struct CurrentItem {
   int row = 0;  // from 1; 0: no row is current
   int count = 0;
   // When the first file of the selection was last written, "File not found", or empty without a current item.
-  std::string lastUpdate;
+  std::string lastUpdate{};
   bool fileFound = false;
   bool deleted = false;
-  std::string deleteCaption;  // of the Edit menu's delete entry: "&Delete..." or "&Undelete..."
+  std::string deleteCaption{};  // of the Edit menu's delete entry: "&Delete..." or "&Undelete..."
 };
 
 class CurrentItemView {
@@ -127,8 +130,19 @@ class ItemEditing {
   void OpenItemFiles(std::string_view list);
 
  private:
-  [[nodiscard]] bool CurrentFields(ItemShown& item);
-  bool AddOutsideFile(const std::string& path);
+  // The date of the first file of the selection.
+  struct FirstFile {
+    std::string path{};  // empty: the selection gives none
+    bool found = false;
+    std::string written{};  // as text; empty when it is not found
+  };
+  [[nodiscard]] static FirstFile LookAtFirstFile(const FileRec& item);
+  // The item of the current row, through the database's buffer; nothing without one.
+  [[nodiscard]] std::optional<FileRec> CurrentRecord();
+  void ShowInForm(std::int32_t recno, const FileRec& item, const FirstFile& file);
+  void ShowNothing();
+  bool AddFromOutside(const std::string& path);
+  void TellRefused(const std::vector<lib::Status>& refused);
 
   Catalogue& catalogue_;
   lib::User& user_;

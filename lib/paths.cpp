@@ -42,6 +42,10 @@ Status RefusedName(std::string_view name, const std::string& why) {
   return {Cause::Refused, "The name \"" + Shown(name) + "\" can not be used: " + why};
 }
 
+Status RefusedPath(std::string_view path) {
+  return {Cause::Refused, "The path \"" + Shown(path) + "\" does not begin with a drive and a backslash"};
+}
+
 }  // namespace
 
 std::string SlashPath(std::string_view path, bool remove) {
@@ -81,10 +85,19 @@ Status CheckName(std::string_view name) {
   return {};
 }
 
-Status CheckReceivedPath(std::string_view path) {
-  if (!IsDrivePath(path)) {
-    return {Cause::Refused, "The path \"" + Shown(path) + "\" does not begin with a drive and a backslash"};
+Status CheckPath(std::string_view path) {
+  if (!IsDrivePath(path)) return RefusedPath(path);
+  std::string_view rest = path.substr(3);
+  while (!rest.empty()) {
+    const std::size_t end = rest.find('\\');
+    if (Status status = CheckName(rest.substr(0, end)); !status.Ok()) return status;
+    rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
   }
+  return {};
+}
+
+Status CheckReceivedPath(std::string_view path) {
+  if (!IsDrivePath(path)) return RefusedPath(path);
   std::string_view rest = path.substr(3);
   for (;;) {
     const std::size_t end = rest.find('\\');

@@ -103,5 +103,20 @@ TEST(CheckReceivedPath, RefusesNamesOfDevices) {
   EXPECT_THAT(CheckReceivedPath("c:\\nul.txt").Message(), HasSubstr("\"nul.txt\""));
 }
 
+TEST(CheckPath, TakesADriveAndNamesTheLastOfWhichMayBeMissing) {
+  EXPECT_TRUE(CheckPath("c:\\").Ok());
+  EXPECT_TRUE(CheckPath("Q:\\a b\\c.d").Ok());
+  EXPECT_TRUE(CheckPath("c:\\a\\").Ok());
+}
+
+TEST(CheckPath, RefusesWhatHasNoDriveOrANameThatCanNotBe) {
+  EXPECT_FALSE(CheckPath("").Ok());
+  EXPECT_FALSE(CheckPath("c:a.txt").Ok());
+  EXPECT_FALSE(CheckPath("/home/a.txt").Ok());
+  EXPECT_FALSE(CheckPath("c:\\a\\\\b").Ok());
+  EXPECT_FALSE(CheckPath("c:\\a*\\b").Ok());
+  EXPECT_FALSE(CheckPath("c:\\a\\b?").Ok());
+}
+
 }  // namespace
 }  // namespace zelkor::lib

@@ -1,6 +1,7 @@
 #include "lib/selection.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <unordered_set>
 #include <utility>
 
@@ -23,21 +24,13 @@ bool IsLeftover(std::string_view name) { return MatchesFileName(name, "~zelkor-?
 // Whether a line can name files: a drive, and names that the form can carry; the last one may hold wildcards, or be
 // missing.
 Status CheckLine(std::string_view line) {
-  if (!IsDrivePath(line)) {
-    return {Cause::Refused, "The path \"" + std::string(line) + "\" does not begin with a drive and a backslash"};
+  std::string path(line);
+  if (IsDrivePath(path)) {
+    const auto name = path.end() - static_cast<std::ptrdiff_t>(FileNamePart(path).size());
+    std::replace_if(
+        name, path.end(), [](char c) { return kWildcards.find(c) != std::string_view::npos; }, '_');
   }
-  std::string_view rest = line.substr(3);
-  while (!rest.empty()) {
-    const std::size_t end = rest.find('\\');
-    std::string name(rest.substr(0, end));
-    if (end == std::string_view::npos) {
-      std::replace_if(
-          name.begin(), name.end(), [](char c) { return kWildcards.find(c) != std::string_view::npos; }, '_');
-    }
-    if (Status usable = CheckName(name); !usable.Ok()) return usable;
-    rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
-  }
-  return {};
+  return CheckPath(path);
 }
 
 // One expansion: hands each file on once.
