@@ -8,6 +8,7 @@
 #include "db/remap.h"
 #include "lib/list_rows.h"
 #include "lib/user.h"
+#include "net/link.h"
 #include "net/targets.h"
 #include "sync/context.h"
 #include "sync/sync_log.h"
@@ -24,12 +25,14 @@ struct ProgramState {
         catalogue(database, rows, user),
         targets(database, user),
         log(programDir, user),
+        link(user, catalogue.Occupied(), net::RealLinkMeans(programDir, user)),
         synchronisation{.catalogue = catalogue,
                         .targets = targets,
                         .remap = remap,
                         .log = log,
                         .user = user,
-                        .computerId = computerId} {}
+                        .computerId = computerId,
+                        .link = &link} {}
 
   lib::User& user;
   const std::string ProgramDir;
@@ -39,6 +42,7 @@ struct ProgramState {
   db::Catalogue catalogue;
   net::Targets targets;
   sync::SyncLog log;
+  net::Link link;
   sync::Context synchronisation;
 };
 

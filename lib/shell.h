@@ -19,7 +19,9 @@ void OpenWebPage(std::string_view address);
 [[nodiscard]] std::string WebAddress(std::string_view address);
 
 // Starts another program of the suite, named by its native path, which goes on when this one ends. It gets the
-// environment, no input and no place for its output. Fails when there is no such program or it can not be started.
-[[nodiscard]] Status StartProgram(const std::string& nativePath, const std::vector<std::string>& arguments = {});
+// environment, with `settings` (NAME=value) over it, no input and no place for its output. Fails when there is no such
+// program or it can not be started.
+[[nodiscard]] Status StartProgram(const std::string& nativePath, const std::vector<std::string>& arguments = {},
+                                  const std::vector<std::string>& settings = {});
 
 }  // namespace zelkor::lib

@@ -7,6 +7,7 @@
 #include "db/remap.h"
 #include "lib/occupation.h"
 #include "lib/user.h"
+#include "net/link.h"
 #include "net/targets.h"
 #include "sync/sync_log.h"
 
@@ -19,6 +20,7 @@ struct Context {
   SyncLog& log;
   lib::User& user;
   const std::string& computerId;  // this computer's
+  net::Link* link = nullptr;      // to Vandry; none: nothing goes over a network
 };
 
 // A place named on the command line instead of the target's stored one: a folder, on import also one sync file.

@@ -13,6 +13,20 @@ inline constexpr int kStatusFailed = 1;       // failed, refused, cancelled, unk
 inline constexpr int kStatusNothingDone = 2;  // the command line asked for nothing that can be done
 inline constexpr int kStatusDamaged = 3;      // a damaged sync file
 
+// What an unattended run over the network waits for once it has said its part to the other computer.
+class NetworkWait {
+ public:
+  NetworkWait() = default;
+  NetworkWait(const NetworkWait&) = delete;
+  NetworkWait& operator=(const NetworkWait&) = delete;
+  virtual ~NetworkWait() = default;
+
+  // Handles messages until the file of the target has been imported, or the target has confirmed its import. False when
+  // that failed, or nothing has moved for too long; a message or the log has said so.
+  virtual bool AwaitImport(const std::string& targetId, const std::string& address) = 0;
+  virtual bool AwaitConfirmation(const std::string& targetId, const std::string& address) = 0;
+};
+
 // `word` is the whole word: switch, target ID and place, kept apart by ":" (/syncexp:lap:"z:\mnt\stick"), in native
 // bytes. An empty quoted place stands for the target's stored one. The switch is compared exactly: in capitals it does
 // nothing, on purpose. Returns the exit status.

@@ -58,6 +58,14 @@ TEST_F(Shell, StartsAProgramWithItsArguments) {
   EXPECT_EQ(Told(), "[/syncexp:lap:\"\"][two words] " + Home().string());
 }
 
+TEST_F(Shell, StartsAProgramWithItsEnvironmentChanged) {
+  WriteNative(Root() / "bin/vandry",
+              "#!/bin/sh\nprintf '[%s] [%s]' \"$ZELKOR_DIR\" \"$TMPDIR\" > '" + Pipe().string() + "'\n");
+  fs::permissions(Root() / "bin/vandry", fs::perms::owner_all);
+  ASSERT_TRUE(StartProgram((Root() / "bin/vandry").string(), {}, {"ZELKOR_DIR=/a place"}).Ok());
+  EXPECT_EQ(Told(), "[/a place] [" + (Root() / "tmp").string() + "]");
+}
+
 TEST_F(Shell, SaysThatAProgramToStartDoesNotExist) {
   const Status started = StartProgram((Root() / "bin/vandry").string());
   EXPECT_EQ(started.Why(), Cause::NotFound);
