@@ -1,6 +1,5 @@
 #include "app/identity.h"
 
-#include "app/form_position.h"
 #include "lib/settings.h"
 #include "tests/support/sandbox.h"
 #include "tests/support/scripted_user.h"
@@ -72,19 +71,6 @@ TEST_F(Identity, YesToTheChangeAsksAndStoresTheNewId) {
   File_UserID(user_, id);
   EXPECT_EQ(id, "home");
   EXPECT_EQ(ReadNative(SettingsFile()), "[Orlim]\r\nUser=home\r\n");
-}
-
-TEST_F(Identity, ANormalWindowsPlaceIsSaved) {
-  SaveFormPosition({.state = WindowState::Normal, .left = -15, .top = 0, .width = 9000, .height = 7200}, "");
-  EXPECT_EQ(ReadNative(SettingsFile()),
-            "[ZELKOR]\r\nFormWindowState=0\r\nFormLeft=-15\r\nFormTop=0\r\nFormWidth=9000\r\nFormHeight=7200\r\n");
-}
-
-TEST_F(Identity, ClosingWhileMaximisedLeavesThePlaceAsItWas) {
-  Settings("[ZELKOR]\r\nFormLeft=7\r\n");
-  SaveFormPosition({.state = WindowState::Maximised, .left = 1, .top = 2, .width = 3, .height = 4}, "");
-  SaveFormPosition({.state = WindowState::Minimised, .left = 1, .top = 2, .width = 3, .height = 4}, "");
-  EXPECT_EQ(ReadNative(SettingsFile()), "[ZELKOR]\r\nFormLeft=7\r\n");
 }
 
 }  // namespace
