@@ -4,7 +4,7 @@
 //   floor import SYNCFILE HOME CATALOGUE LOG (link|rename)
 //
 // export writes every file of the catalogue's items (one file an item, on drive c, which is HOME) that changed after
-// SINCE (Unix seconds) to TEMPORARY, and copies that to DESTINATION, flushed before it takes its name. import writes
+// SINCE (Unix seconds) to TEMPORARY, and moves that to DESTINATION, flushed before it takes its name. import writes
 // every file of SYNCFILE that is missing below HOME, whole and with its time before it takes its name, and appends its
 // item to CATALOGUE; a file that is there with the entry's time is left alone; at its end SYNCFILE is deleted. A line
 // for each item and file goes to LOG and to standard output with one write each. Local time is taken to be UTC.
@@ -132,23 +132,6 @@ static void PutContents(int out, int in, int64_t size) {
   }
 }
 
-static void CopyWhole(const char* from, const char* to) {
-  char temporary[4096];
-  snprintf(temporary, sizeof temporary, "%s.part", to);
-  const int in = Checked(open(from, O_RDONLY | O_CLOEXEC), from);
-  const int out = Checked(open(temporary, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600), temporary);
-  for (;;) {
-    const ssize_t got = read(in, buffer, sizeof buffer);
-    if (got < 0) Die(from);
-    if (got == 0) break;
-    WriteAll(out, buffer, (size_t)got, to);
-  }
-  Checked(fsync(out), to);
-  close(out);
-  close(in);
-  Checked(rename(temporary, to), to);
-}
-
 static void Export(const char* catalogue, const char* home, const char* temporary, const char* destination,
                    int64_t since) {
   const int items = Checked(open(catalogue, O_RDONLY | O_CLOEXEC), catalogue);
@@ -209,9 +192,10 @@ static void Export(const char* catalogue, const char* home, const char* temporar
   const int64_t length = outBytesTotal - 2 * kHeaderBytes;
   PutInt(block, 8, length > INT32_MAX ? 0 : (int32_t)length);
   if (pwrite(out, block, sizeof block, kHeaderBytes) != sizeof block) Die(temporary);
+  Checked(fdatasync(out), temporary);
+  Checked(rename(temporary, destination), destination);
+  Checked(fchmod(out, 0644), destination);
   close(out);
-  CopyWhole(temporary, destination);
-  Checked(unlink(temporary), temporary);
 }
 
 // Input read through the buffer.

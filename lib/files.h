@@ -74,6 +74,8 @@ class File {
   // Content and length are on the medium when this returns.
   [[nodiscard]] Status Flush();
   [[nodiscard]] Result<FileInfo> Info() const;
+  // Whether size, content and times are what `before` tells of the same file.
+  [[nodiscard]] Result<bool> StillIs(const FileInfo& before) const;
   // The device alone, as in FileInfo, for less.
   [[nodiscard]] Result<std::uint64_t> Device() const;
   // Sets creation and last-write time; the access time keeps its value. A zero date, and a creation time that is no
@@ -82,6 +84,7 @@ class File {
 
  private:
   friend class NewFile;
+  friend Status MoveToFreeName(File&, std::string_view);
   friend CopyOutcome CopyRange(const File&, std::int64_t, File&, std::int64_t, std::int64_t);
   struct State;
   std::unique_ptr<State> state_;
@@ -116,6 +119,12 @@ class NewFile {
   explicit NewFile(std::unique_ptr<State> state);
   std::unique_ptr<State> state_;
 };
+
+// Moves a finished file to a free name on its own file system; its content is on the medium before. Everything is then
+// as if it had been copied there as a NewFile: the name is taken at once or not at all, and its mode is a new file's.
+// Nothing has happened when this fails, as it does between file systems and where the directory gives its new files a
+// group or rights of its own; a copy may succeed then.
+[[nodiscard]] Status MoveToFreeName(File& file, std::string_view path);
 
 [[nodiscard]] Result<FileInfo> GetFileInfo(std::string_view path);
 // The name, trimmed of blanks, is not empty, does not end in "\" and names an existing file (no directory), hidden

@@ -24,8 +24,13 @@ TemporarySyncFile::TemporarySyncFile() {
   }
 }
 
+bool TemporarySyncFile::MoveTo(std::string_view path) {
+  moved_ = lib::MoveToFreeName(file_, path).Ok();
+  return moved_;
+}
+
 TemporarySyncFile::~TemporarySyncFile() {
-  const bool made = file_.IsOpen() || failure_.Ok();
+  const bool made = !moved_ && (file_.IsOpen() || failure_.Ok());
   file_.Close();
   if (made) lib::KillFile(path_);
 }

@@ -63,11 +63,15 @@ class TemporarySyncFile {
   [[nodiscard]] const lib::Status& Failure() const { return failure_; }
   [[nodiscard]] const std::string& Path() const { return path_; }
   [[nodiscard]] lib::File& Content() { return file_; }
+  // Makes it a lasting file under this free name, on the medium, without copying. False, and nothing has changed, where
+  // that can not be done.
+  bool MoveTo(std::string_view path);
 
  private:
   std::string path_;
   lib::File file_;
   lib::Status failure_;
+  bool moved_ = false;
 };
 
 }  // namespace zelkor::sync

@@ -24,6 +24,7 @@ class Export {
   // The folder of a file target and the name in it. False when there is none; it has been reported.
   bool ChooseDestination();
   bool WriteSyncFile(TemporarySyncFile& file, ItemExporter& items);
+  bool Deliver(TemporarySyncFile& file);
   ExportResult Finish(ItemExporter& items);
   ExportResult Fail();
 
@@ -66,8 +67,15 @@ ExportResult Export::Run() {
 
   context_.user.SetStatus("Copying file...", true);
   context_.log.LogLine("Copying file to media... " + destination_);
-  if (WriteToMedia(file.Content(), destination_, context_.log, context_.user) != 0) return Fail();
+  if (!Deliver(file)) return Fail();
   return Finish(items);
+}
+
+bool Export::Deliver(TemporarySyncFile& file) {
+  context_.user.PendingEvents();
+  // A whole file on the file system of its destination needs no copy, and fits on one disk for certain.
+  if (!context_.user.Cancelled() && file.MoveTo(destination_)) return true;
+  return WriteToMedia(file.Content(), destination_, context_.log, context_.user) == 0;
 }
 
 bool Export::ChooseDestination() {

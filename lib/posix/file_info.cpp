@@ -43,8 +43,12 @@ std::int64_t CreatedSeconds(const struct statx& facts, std::optional<std::int64_
   return (facts.stx_mask & STATX_BTIME) != 0 ? facts.stx_btime.tv_sec : facts.stx_mtime.tv_sec;
 }
 
-FileInfo ToFileInfo(const struct statx& facts, std::optional<std::int64_t> created) {
+std::int64_t ChangeStamp(const struct statx& facts) {
   constexpr std::uint64_t kMix = 0x9E3779B97F4A7C15U;  // 2^64 divided by the golden ratio: spreads the bits
+  return static_cast<std::int64_t>(Nanoseconds(facts.stx_mtime) * kMix + Nanoseconds(facts.stx_ctime));
+}
+
+FileInfo ToFileInfo(const struct statx& facts, std::optional<std::int64_t> created) {
   FileInfo info;
   info.size = static_cast<std::int64_t>(facts.stx_size);
   info.created = UtcToDate(CreatedSeconds(facts, created));
@@ -52,7 +56,7 @@ FileInfo ToFileInfo(const struct statx& facts, std::optional<std::int64_t> creat
   info.written = UtcToDate(facts.stx_mtime.tv_sec);
   info.directory = S_ISDIR(facts.stx_mode);
   info.readOnly = IsReadOnly(facts.stx_mode);
-  info.changeStamp = static_cast<std::int64_t>(Nanoseconds(facts.stx_mtime) * kMix + Nanoseconds(facts.stx_ctime));
+  info.changeStamp = ChangeStamp(facts);
   info.device = makedev(facts.stx_dev_major, facts.stx_dev_minor);
   info.index = facts.stx_ino;
   return info;

@@ -24,6 +24,8 @@ struct FileName {
 [[nodiscard]] int ReadFacts(FileName file, struct statx& facts);
 // An open file's attribute; nothing when there is none, or no number in it.
 [[nodiscard]] std::optional<std::int64_t> ReadCreated(int descriptor);
+// What FileInfo has as its change stamp.
+[[nodiscard]] std::int64_t ChangeStamp(const struct statx& facts);
 [[nodiscard]] FileInfo ToFileInfo(const struct statx& facts, std::optional<std::int64_t> created);
 // The creation time in seconds since 1970 UTC: the attribute, else what the system knows, else the last write.
 [[nodiscard]] std::int64_t CreatedSeconds(const struct statx& facts, std::optional<std::int64_t> created);

@@ -6,6 +6,7 @@
 #include <optional>
 #include <random>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include "lib/posix/file_info.h"
@@ -80,6 +81,12 @@ int RenameToFreeName(const std::string& from, const std::string& to) {
   struct stat info {};
   if (lstat(to.c_str(), &info) == 0) return EEXIST;
   return rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+}
+
+// Whether a directory gives new files its own group, or rights by an access control list: what is moved there would
+// lack them.
+bool HandsOn(const std::string& directory, const struct stat& info) {
+  return (info.st_mode & S_ISGID) != 0 || getxattr(directory.c_str(), "system.posix_acl_default", nullptr, 0) > 0;
 }
 
 // What a replaced file hands on.
@@ -244,6 +251,35 @@ Status NewFile::TakeFreeName() {
   if (state.old) return SystemFailure(EEXIST, state.Path());
   state.TakeOver(std::nullopt);
   return state.TakeNewName();
+}
+
+Status MoveToFreeName(File& file, std::string_view path) {
+  const Result<posix::WrittenPath> target = posix::Drives::Current().ToWritten(path);
+  if (!target.Ok()) return target.Failure();
+  const Result<posix::WrittenPath> source = posix::Drives::Current().ToWritten(file.Path());
+  if (!source.Ok()) return source.Failure();
+  posix::NameLookup& lookup = posix::NameLookup::Shared();
+  const posix::NameLookup::Found found = lookup.Find(*target);
+  if (!found.directoryExists) return SystemFailure(ENOTDIR, path);
+  if (found.exists) return SystemFailure(EEXIST, path);
+
+  const int descriptor = file.state_->file.Get();
+  const std::string directory = posix::DirectoryOf(found.path);
+  struct stat place {};
+  struct stat open {};
+  struct stat named {};
+  if (stat(directory.c_str(), &place) != 0 || fstat(descriptor, &open) != 0) return SystemFailure(errno, path);
+  if (place.st_dev != open.st_dev || HandsOn(directory, place)) return SystemFailure(EXDEV, path);
+  // What has the file's name by now must still be the file.
+  if (lstat(source->native.c_str(), &named) != 0) return SystemFailure(errno, file.Path());
+  if (named.st_dev != open.st_dev || named.st_ino != open.st_ino) return SystemFailure(ENOENT, file.Path());
+  if (Status flushed = file.Flush(); !flushed.Ok()) return flushed;
+  if (const int error = RenameToFreeName(source->native, found.path); error != 0) return SystemFailure(error, path);
+  // Only now: under its old name, which may be in a directory of everybody's, it was for nobody else.
+  fchmod(descriptor, NewFileMode());
+  lookup.Removed(source->native);
+  lookup.Added(found.path);
+  return {};
 }
 
 }  // namespace zelkor::lib

@@ -168,5 +168,41 @@ TEST_F(NewFileTest, TakesOneNameAfterAnotherInOneDirectory) {
   EXPECT_EQ(NamesInHome(), 200);
 }
 
+TEST_F(NewFileTest, AFinishedFileMovesToAFreeNameWithTheModeOfNewFiles) {
+  const mode_t mask = umask(0);
+  umask(mask);
+  Result<File> file = File::Open(OnDriveZ(Root() / "tmp" / "work"), OpenMode::CreateNew);
+  ASSERT_TRUE(file->WriteAt(0, std::string_view("whole")).Ok());
+  ASSERT_TRUE(MoveToFreeName(*file, "c:\\a.txt").Ok());
+  EXPECT_EQ(ReadNative(Home() / "a.txt"), "whole");
+  EXPECT_EQ(ModeOf(Home() / "a.txt"), 0666 & ~mask);
+  EXPECT_FALSE(fs::exists(Root() / "tmp" / "work"));
+  EXPECT_TRUE(FileExists("c:\\A.TXT"));
+}
+
+TEST_F(NewFileTest, AFinishedFileDoesNotMoveToATakenNameOrAwayFromAForeignOne) {
+  const fs::path work = Root() / "tmp" / "work";
+  Result<File> file = File::Open(OnDriveZ(work), OpenMode::CreateNew);
+  ASSERT_TRUE(file->WriteAt(0, std::string_view("whole")).Ok());
+  WriteNative(Home() / "Taken", "old");
+  EXPECT_EQ(MoveToFreeName(*file, "c:\\taken").Why(), Cause::Exists);
+  EXPECT_EQ(ReadNative(Home() / "Taken"), "old");
+  EXPECT_EQ(MoveToFreeName(*file, "c:\\missing\\a").Why(), Cause::PathNotFound);
+  fs::remove(work);
+  WriteNative(work, "somebody else's");
+  EXPECT_FALSE(MoveToFreeName(*file, "c:\\a").Ok());
+  EXPECT_EQ(ReadNative(work), "somebody else's");
+  EXPECT_EQ(NamesInHome(), 1);
+}
+
+TEST_F(NewFileTest, AFinishedFileDoesNotMoveWhereNewFilesGetTheDirectorysGroup) {
+  Result<File> file = File::Open(OnDriveZ(Root() / "tmp" / "work"), OpenMode::CreateNew);
+  ASSERT_TRUE(file.Ok());
+  ASSERT_EQ(chmod(Home().c_str(), 02755), 0);
+  EXPECT_FALSE(MoveToFreeName(*file, "c:\\a").Ok());
+  EXPECT_TRUE(fs::exists(Root() / "tmp" / "work"));
+  EXPECT_EQ(NamesInHome(), 0);
+}
+
 }  // namespace
 }  // namespace zelkor::lib

@@ -177,6 +177,14 @@ Result<FileInfo> File::Info() const {
   return posix::ToFileInfo(facts, posix::ReadCreated(state_->file.Get()));
 }
 
+Result<bool> File::StillIs(const FileInfo& before) const {
+  struct statx facts {};
+  if (const int error = posix::ReadFacts({.descriptor = state_->file.Get()}, facts); error != 0) {
+    return SystemFailure(error, state_->path);
+  }
+  return static_cast<std::int64_t>(facts.stx_size) == before.size && posix::ChangeStamp(facts) == before.changeStamp;
+}
+
 Result<std::uint64_t> File::Device() const {
   struct stat info {};
   if (fstat(state_->file.Get(), &info) != 0) return SystemFailure(errno, state_->path);

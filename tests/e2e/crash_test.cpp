@@ -94,31 +94,34 @@ class Crash : public testing::Test {
 };
 
 TEST_F(Crash, AtAnyCallOfAnExportLeavesOnlyWholeSyncFiles) {
-  long at = 1;
-  for (; at < kTooMany; ++at) {
-    const std::string when = "killed at " + std::to_string(at);
-    const Scene scene;
-    const Outcome killed = scene.office.Export("lap", {.faults = {.killAt = at}});
-    if (killed.signal == 0) break;
-    ASSERT_EQ(killed.signal, SIGKILL) << when << killed;
-    std::vector<std::string> waiting;
-    for (const std::string& name : NamesIn(scene.Stick())) {
-      if (name.ends_with(".cas")) waiting.push_back(name);
+  // Delivered by a move, and copied to another file system.
+  for (const std::string rules : {"", "rename:~sync:EXDEV:1"}) {
+    long at = 1;
+    for (; at < kTooMany; ++at) {
+      const std::string when = "killed at " + std::to_string(at) + " " + rules;
+      const Scene scene;
+      const Outcome killed = scene.office.Export("lap", {.faults = {.killAt = at, .rules = rules}});
+      if (killed.signal == 0) break;
+      ASSERT_EQ(killed.signal, SIGKILL) << when << killed;
+      std::vector<std::string> waiting;
+      for (const std::string& name : NamesIn(scene.Stick())) {
+        if (name.ends_with(".cas")) waiting.push_back(name);
+      }
+      for (const std::string& name : waiting) {
+        EXPECT_NO_THROW(static_cast<void>(DecodeSync(ReadBytes(scene.Stick() / name)))) << when;
+      }
+      // No date without a file that holds everything up to it.
+      EXPECT_TRUE(!waiting.empty() || scene.office.TargetWithId("lap")->lastExport == 0) << when;
+      const Outcome again = scene.office.Export("lap");
+      EXPECT_EQ(again.status, 0) << when << again;
+      EXPECT_EQ(scene.office.Items().size(), 4U) << when;
+      const Outcome imported = scene.lap.Import("office");
+      EXPECT_EQ(imported.status, 0) << when << imported;
+      ExpectAllArrived(scene, when);
     }
-    for (const std::string& name : waiting) {
-      EXPECT_NO_THROW(static_cast<void>(DecodeSync(ReadBytes(scene.Stick() / name)))) << when;
-    }
-    // No date without a file that holds everything up to it.
-    EXPECT_TRUE(!waiting.empty() || scene.office.TargetWithId("lap")->lastExport == 0) << when;
-    const Outcome again = scene.office.Export("lap");
-    EXPECT_EQ(again.status, 0) << when << again;
-    EXPECT_EQ(scene.office.Items().size(), 4U) << when;
-    const Outcome imported = scene.lap.Import("office");
-    EXPECT_EQ(imported.status, 0) << when << imported;
-    ExpectAllArrived(scene, when);
+    EXPECT_GT(at, 8);
+    EXPECT_LT(at, kTooMany);
   }
-  EXPECT_GT(at, 8);
-  EXPECT_LT(at, kTooMany);
 }
 
 TEST_F(Crash, AtAnyCallOfAnImportLeavesNothingTornAndTheNextImportMendsTheRest) {

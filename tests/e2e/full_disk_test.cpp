@@ -109,7 +109,7 @@ TEST_F(FullDisk, UnderTheConfigurationFileKeepsTheOldDateAndSaysSo) {
 }
 
 TEST_F(FullDisk, ThatCanNotBeFlushedIsAFailedExport) {
-  const Outcome outcome = office.Export("lap", {.faults = {.rules = "sync:stick:EIO:1"}});
+  const Outcome outcome = office.Export("lap", {.faults = {.rules = "sync::EIO:1"}});
   EXPECT_EQ(outcome.status, 1) << outcome;
   EXPECT_EQ(OnStick(), std::vector<std::string>{});
   EXPECT_EQ(office.TargetWithId("lap")->lastExport, 0);
