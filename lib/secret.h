@@ -1,6 +1,7 @@
 // Keeping secrets out of what outlives their use: freed memory and core files.
 #pragma once
 
+#include <cstddef>
 #include <span>
 #include <string>
 
@@ -22,6 +23,10 @@ class WipedAtEnd {
  private:
   std::string& text_;
 };
+
+// For libraries that let their memory be managed: as free and realloc, but what is given back is overwritten first.
+void FreeWiped(void* memory);
+[[nodiscard]] void* ReallocateWiped(void* memory, std::size_t size);
 
 // From here on this process leaves no core file, and other processes of the same user can not look into its memory.
 void KeepMemoryPrivate();

@@ -11,6 +11,8 @@ namespace zelkor::lib {
 // ends a wait for input. A second one ends the process.
 void WatchForInterrupt();
 [[nodiscard]] bool Interrupted();
+// Called first in any other thread than the first: interrupts go to the first one, whose waits they end.
+void LeaveInterruptsToFirstThread();
 
 [[nodiscard]] bool StandardErrorIsTerminal();
 [[nodiscard]] bool StandardOutputIsTerminal();

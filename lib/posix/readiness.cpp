@@ -4,8 +4,11 @@
 #include <csignal>
 #include <ctime>
 #include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
 #include <vector>
 
+#include "lib/posix/descriptor.h"
 #include "lib/terminal.h"
 
 namespace zelkor::lib {
@@ -58,6 +61,22 @@ void WaitUntilReady(std::span<Awaited> handles, std::optional<std::chrono::milli
     handles[i].canRead = handles[i].wantRead && (broken || (found & POLLIN) != 0);
     handles[i].canWrite = handles[i].wantWrite && (broken || (found & POLLOUT) != 0);
   }
+}
+
+void HangUp(Handle connection) { shutdown(static_cast<int>(connection), SHUT_RDWR); }
+
+struct WakeUp::State {
+  posix::Descriptor event{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
+};
+
+WakeUp::WakeUp() : state_(std::make_unique<State>()) {}
+WakeUp::~WakeUp() = default;
+
+Handle WakeUp::ReadyHandle() const { return state_->event.Get(); }
+void WakeUp::Signal() { (void)eventfd_write(state_->event.Get(), 1); }
+void WakeUp::Clear() {
+  eventfd_t signals = 0;
+  (void)eventfd_read(state_->event.Get(), &signals);
 }
 
 }  // namespace zelkor::lib

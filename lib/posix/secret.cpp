@@ -1,6 +1,9 @@
 #include "lib/secret.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <cstring>
+#include <malloc.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 
@@ -15,6 +18,22 @@ void Wipe(std::string& text) {
   text.resize(text.capacity());
   Wipe(std::span<char>(text));
   text.clear();
+}
+
+void FreeWiped(void* memory) {
+  if (memory != nullptr) explicit_bzero(memory, malloc_usable_size(memory));
+  std::free(memory);
+}
+
+void* ReallocateWiped(void* memory, std::size_t size) {
+  if (memory == nullptr) return std::malloc(size);
+  const std::size_t before = malloc_usable_size(memory);
+  if (size <= before && size > before / 2) return memory;
+  void* other = std::malloc(size);
+  if (other == nullptr) return nullptr;
+  std::memcpy(other, memory, std::min(size, before));
+  FreeWiped(memory);
+  return other;
 }
 
 void KeepMemoryPrivate() {

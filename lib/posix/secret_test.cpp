@@ -1,6 +1,6 @@
 #include "lib/secret.h"
 
-#include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <string>
@@ -28,6 +28,18 @@ TEST(Secret, WipesAShortText) {
   { const WipedAtEnd end(text); }
   EXPECT_TRUE(text.empty());
   EXPECT_EQ(std::memcmp(text.data(), "\0\0", 2), 0);
+}
+
+TEST(Secret, MovesMemoryWithItsContent) {
+  char* memory = static_cast<char*>(std::malloc(16));
+  std::memcpy(memory, "a password here", 16);
+  memory = static_cast<char*>(ReallocateWiped(memory, 100'000));
+  EXPECT_STREQ(memory, "a password here");
+  memory = static_cast<char*>(ReallocateWiped(memory, 16));
+  EXPECT_STREQ(memory, "a password here");
+  FreeWiped(memory);
+  FreeWiped(ReallocateWiped(nullptr, 8));
+  FreeWiped(nullptr);
 }
 
 TEST(Secret, ForbidsCoreFiles) {

@@ -66,6 +66,13 @@ void WatchForInterrupt() {
 
 bool Interrupted() { return interrupts != 0; }
 
+void LeaveInterruptsToFirstThread() {
+  sigset_t watched;
+  sigemptyset(&watched);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&watched, signal);
+  pthread_sigmask(SIG_BLOCK, &watched, nullptr);
+}
+
 bool StandardErrorIsTerminal() { return isatty(STDERR_FILENO) == 1; }
 bool StandardOutputIsTerminal() { return isatty(STDOUT_FILENO) == 1; }
 
