@@ -28,12 +28,6 @@ using RequestKind = ChannelRequest::Kind;
 // A client and a server in one process: while one waits the other is turned by a thread.
 class Channel : public tests::Sandbox {
  protected:
-  Channel() {
-    fs::create_directory(Run());
-    setenv("XDG_RUNTIME_DIR", Run().c_str(), 1);
-  }
-  ~Channel() override { unsetenv("XDG_RUNTIME_DIR"); }
-
   [[nodiscard]] fs::path Run() const { return Root() / "run"; }
   // The one socket of the run-time directory.
   [[nodiscard]] fs::path SocketPath() const { return fs::directory_iterator(Run() / "zelkor")->path(); }

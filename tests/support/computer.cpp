@@ -115,7 +115,7 @@ Item DecodeItem(const std::string& bytes) {
 
 Computer::Computer(const std::filesystem::path& root, std::string id)
     : root_(root), id_(std::move(id)), folder_(root / id_) {
-  for (const char* name : {"home", "config", "program", "tmp"}) {
+  for (const char* name : {"home", "config", "program", "run", "tmp"}) {
     std::filesystem::create_directories(folder_ / name);
   }
   std::filesystem::create_directories(root_ / "stick");
@@ -127,6 +127,7 @@ Command Computer::MakeCommand(const std::vector<std::string>& arguments, const O
   std::map<std::string, std::string> variables{
       {"HOME", Home().string()},
       {"XDG_CONFIG_HOME", (folder_ / "config").string()},
+      {"XDG_RUNTIME_DIR", (folder_ / "run").string()},
       {"ZELKOR_DIR", Program().string()},
       {"TMPDIR", Temporary().string()},
       {"PATH", "/usr/bin:/bin"},

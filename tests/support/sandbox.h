@@ -19,17 +19,19 @@ class Sandbox : public testing::Test {
   Sandbox() {
     std::string pattern = (std::filesystem::temp_directory_path() / "zelkor-test-XXXXXX").string();
     root_ = mkdtemp(pattern.data());
-    for (const char* name : {"home", "config", "program", "tmp"}) std::filesystem::create_directory(root_ / name);
+    for (const char* name : {"home", "config", "program", "run", "tmp"}) std::filesystem::create_directory(root_ / name);
     Set("HOME", root_ / "home");
     Set("XDG_CONFIG_HOME", root_ / "config");
     Set("ZELKOR_DIR", root_ / "program");
     Set("TMPDIR", root_ / "tmp");
+    Set("XDG_RUNTIME_DIR", root_ / "run");
     lib::ForgetDrives();
   }
   ~Sandbox() override {
     std::error_code ignored;
     std::filesystem::remove_all(root_, ignored);
     unsetenv("TMPDIR");
+    unsetenv("XDG_RUNTIME_DIR");
   }
 
   // The folder, and the home directory, which is drive c.
