@@ -3,18 +3,22 @@
 # Says nothing and takes no time when everything is there. Never asks a question.
 set -eu
 
+# What every build needs, and what the tests of windows need beside it.
+build="cmake ninja-build g++ ccache libgtest-dev libgmock-dev libwxgtk3.2-dev"
+display="xvfb fluxbox x11-utils libgtk-3-dev pkg-config adwaita-icon-theme fonts-dejavu-core"
+
 packages=""
 for job in "$@"; do
   case $job in
-    build | demo) packages="$packages cmake ninja-build g++ ccache libgtest-dev libgmock-dev" ;;
+    build | demo) packages="$packages $build" ;;
     test | bench)
       # tar, cp and sync are essential packages; mount and mkfs.ext4 are used only when root runs the benchmarks.
-      packages="$packages cmake ninja-build g++ gcc ccache libgtest-dev libgmock-dev python3 rsync unison"
+      packages="$packages $build gcc python3 rsync unison $display"
       [ "$job" = test ] || packages="$packages e2fsprogs mount"
       ;;
-    tidy) packages="$packages cmake ninja-build g++ libgtest-dev libgmock-dev clang-tidy python3" ;;
+    tidy) packages="$packages $build $display clang-tidy python3" ;;
     format) packages="$packages clang-format" ;;
-    fuzz) packages="$packages cmake ninja-build clang libclang-rt-14-dev g++ libgtest-dev libgmock-dev" ;;
+    fuzz) packages="$packages $build $display clang libclang-rt-14-dev" ;;
     *)
       echo "deps.sh: unknown job: $job" >&2
       exit 2

@@ -6,18 +6,54 @@ function(zelkor_module name)
   target_precompile_headers(zelkor_${name} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/precompiled.h)
 endfunction()
 
-# zelkor_tests(NAME SOURCES … USES …): a test program `NAME`, each of its tests known to ctest. A test source of the
-# folder that is not listed is an error, so that none is forgotten.
-function(zelkor_tests name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;USES")
-  file(GLOB_RECURSE present CONFIGURE_DEPENDS RELATIVE ${CMAKE_CURRENT_SOURCE_DIR} *_test.cpp)
+# An error when a source of this folder that matches the pattern, and not the exception (a regular expression, may be
+# empty), is not in the list, so that no test is forgotten.
+function(zelkor_all_listed pattern exception sources)
+  file(GLOB_RECURSE present CONFIGURE_DEPENDS RELATIVE ${CMAKE_CURRENT_SOURCE_DIR} ${pattern})
   foreach(source IN LISTS present)
-    if(NOT source IN_LIST arg_SOURCES)
+    if(exception AND source MATCHES "${exception}")
+      continue()
+    endif()
+    if(NOT source IN_LIST sources)
       message(FATAL_ERROR "${CMAKE_CURRENT_SOURCE_DIR}/${source} is in no list of tests")
     endif()
   endforeach()
+endfunction()
+
+# zelkor_tests(NAME SOURCES … USES …): a test program `NAME`, each of its tests known to ctest.
+function(zelkor_tests name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;USES")
+  zelkor_all_listed("*_test.cpp" "_gui_test[.]cpp$" "${arg_SOURCES}")
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_USES} GTest::gmock GTest::gtest_main)
   target_precompile_headers(${name} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/precompiled_test.h)
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
+endfunction()
+
+# The widget toolkit, whose headers' warnings are not ours.
+find_package(wxWidgets 3.2 REQUIRED COMPONENTS core base)
+add_library(zelkor_wx INTERFACE)
+target_include_directories(zelkor_wx SYSTEM INTERFACE ${wxWidgets_INCLUDE_DIRS})
+target_compile_definitions(zelkor_wx INTERFACE ${wxWidgets_DEFINITIONS})
+target_compile_options(zelkor_wx INTERFACE ${wxWidgets_CXX_FLAGS})
+target_link_libraries(zelkor_wx INTERFACE ${wxWidgets_LIBRARIES})
+
+# zelkor_forms(NAME SOURCES … USES …): a static library `zelkor_NAME` of windows.
+function(zelkor_forms name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;USES")
+  add_library(zelkor_${name} STATIC ${arg_SOURCES})
+  target_link_libraries(zelkor_${name} PUBLIC zelkor_options ${arg_USES} zelkor_wx)
+  target_precompile_headers(zelkor_${name} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/precompiled_forms.h)
+endfunction()
+
+# zelkor_gui_tests(NAME SOURCES … USES …): a test program of windows; each of its tests runs in a display of its own.
+# Its sources are called *_gui_test.cpp, and each of the folder must be listed.
+function(zelkor_gui_tests name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;USES")
+  zelkor_all_listed("*_gui_test.cpp" "" "${arg_SOURCES}")
+  add_executable(${name} ${arg_SOURCES})
+  target_link_libraries(${name} PRIVATE ${arg_USES} zelkor_gui_test_support GTest::gmock)
+  target_precompile_headers(${name} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/precompiled_gui_test.h)
+  set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR ${PROJECT_SOURCE_DIR}/tests/gui/in_display.sh)
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
 endfunction()

@@ -1,0 +1,247 @@
+#include "tests/support/gui_testing.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <deque>
+#include <memory>
+#include <set>
+#include <utility>
+#include <wx/app.h>
+#include <wx/bitmap.h>
+#include <wx/control.h>
+#include <wx/dcmemory.h>
+#include <wx/dcscreen.h>
+#include <wx/evtloop.h>
+#include <wx/image.h>
+#include <wx/timer.h>
+
+#include "tests/support/native_windows.h"
+
+namespace zelkor::tests {
+
+namespace {
+
+constexpr auto kPatience = std::chrono::seconds(20);
+
+// Serves the next events, or returns after some milliseconds without any.
+void ServeEvents() {
+  wxEventLoopBase* loop = wxEventLoopBase::GetActive();
+  loop->DispatchTimeout(10);
+  wxTheApp->ProcessPendingEvents();
+}
+
+// Watches for modal windows and lets the test answer them; lives as long as a test.
+class ModalWatch : public wxTimer {
+ public:
+  ModalWatch() { Start(10); }
+
+  std::deque<std::function<void(ShownModal&)>> expected;
+
+  void Notify() override {
+    Forget();
+    const auto shown = native::ModalWindows();
+    for (void* window : shown) {
+      if (seen_.contains(window)) continue;
+      if (!native::IsActive(window)) {
+        // The window manager has still to give it the keyboard.
+        if (Waited(window)) Close(window, "never became active");
+        return;
+      }
+      seen_.insert(window);
+      Answer(window);
+      return;
+    }
+  }
+
+ private:
+  // Windows that are gone may come back under the same handle.
+  void Forget() {
+    const auto shown = native::ModalWindows();
+    std::erase_if(seen_, [&](void* window) { return std::find(shown.begin(), shown.end(), window) == shown.end(); });
+    std::erase_if(since_,
+                  [&](const auto& entry) { return std::find(shown.begin(), shown.end(), entry.first) == shown.end(); });
+    for (void* window : seen_) {
+      if (answered_.contains(window) && Waited(window)) Close(window, "was still there after its answer");
+    }
+  }
+
+  bool Waited(void* window) {
+    const auto [entry, first] = since_.try_emplace(window, std::chrono::steady_clock::now());
+    return !first && std::chrono::steady_clock::now() - entry->second > kPatience;
+  }
+
+  void Answer(void* window) {
+    ShownModal modal(window);
+    if (expected.empty()) {
+      Close(window, "was not expected");
+      return;
+    }
+    const auto answer = std::move(expected.front());
+    expected.pop_front();
+    answer(modal);
+    answered_.insert(window);
+  }
+
+  static void Close(void* window, const std::string& why) {
+    const ShownModal modal(window);
+    ADD_FAILURE() << "a modal window " << why << ": [" << modal.Title() << "] " << modal.Text();
+    native::Close(window);
+  }
+
+  std::set<void*> seen_;
+  std::set<void*> answered_;
+  std::map<void*, std::chrono::steady_clock::time_point> since_;
+};
+
+std::unique_ptr<ModalWatch> watch;  // NOLINT(cppcoreguidelines-avoid-non-const-global-variables): one test at a time
+
+}  // namespace
+
+std::string ShownModal::Title() const { return native::Title(native_); }
+std::string ShownModal::Text() const { return native::MessageText(native_); }
+std::string ShownModal::Icon() const { return native::MessageIcon(native_); }
+std::string ShownModal::DefaultButton() const { return native::DefaultButton(native_); }
+
+std::vector<std::string> ShownModal::Buttons() const {
+  std::vector<std::string> captions;
+  for (const native::Button& button : native::Buttons(native_)) captions.push_back(button.caption);
+  return captions;
+}
+
+wxTopLevelWindow* ShownModal::Window() const {
+  for (wxWindow* window : wxTopLevelWindows) {
+    if (window->GetHandle() == native_) return wxDynamicCast(window, wxTopLevelWindow);
+  }
+  return nullptr;
+}
+
+void ShownModal::Click(const std::string& button) const {
+  for (const native::Button& shown : native::Buttons(native_)) {
+    if (shown.caption != button) continue;
+    wxUIActionSimulator mouse;
+    mouse.MouseMove(shown.centre);
+    mouse.MouseClick();
+    return;
+  }
+  ADD_FAILURE() << "no button \"" << button << "\" in [" << Title() << "] " << Text();
+  native::Close(native_);
+}
+
+GuiTest::GuiTest() { watch = std::make_unique<ModalWatch>(); }
+
+GuiTest::~GuiTest() {
+  for (wxWindow* window : wxWindowList(wxTopLevelWindows)) window->Destroy();
+  Settle();
+  watch.reset();
+}
+
+bool GuiTest::Until(const std::function<bool()>& condition, const std::string& what) {
+  const auto deadline = std::chrono::steady_clock::now() + kPatience;
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > deadline) {
+      ADD_FAILURE() << "in vain waited for " << (what.empty() ? "a condition" : what);
+      Screenshot("in-vain");
+      return false;
+    }
+    ServeEvents();
+  }
+  return true;
+}
+
+void GuiTest::Settle() {
+  // Our events go to the X server and come back; what they cause may cause more.
+  for (int round = 0; round < 5; ++round) {
+    native::ServerRoundTrip();
+    do ServeEvents();
+    while (wxEventLoopBase::GetActive()->Pending());
+  }
+}
+
+void GuiTest::Expect(std::function<void(ShownModal&)> answer) { watch->expected.push_back(std::move(answer)); }
+std::size_t GuiTest::StillExpected() { return watch->expected.size(); }
+
+void GuiTest::ShowActive(wxTopLevelWindow& window) {
+  window.Show();
+  window.Raise();
+  Until([&] { return window.IsShownOnScreen() && native::IsActive(window.GetHandle()); }, "the window to be active");
+  Settle();
+}
+
+void GuiTest::Type(const char* ascii) {
+  wxUIActionSimulator().Text(ascii);
+  Settle();
+}
+
+void GuiTest::Press(int key, int modifiers) {
+  wxUIActionSimulator().Char(key, modifiers);
+  Settle();
+}
+
+void GuiTest::Click(const wxWindow& window) {
+  const wxRect place = window.GetScreenRect();
+  Click(wxPoint(place.x + place.width / 2, place.y + place.height / 2));
+}
+
+void GuiTest::DoubleClick(const wxWindow& window) {
+  const wxRect place = window.GetScreenRect();
+  DoubleClick(wxPoint(place.x + place.width / 2, place.y + place.height / 2));
+}
+
+void GuiTest::Click(const wxPoint& place, int button) {
+  wxUIActionSimulator mouse;
+  mouse.MouseMove(place);
+  Settle();
+  mouse.MouseClick(button);
+  Settle();
+}
+
+void GuiTest::DoubleClick(const wxPoint& place) {
+  wxUIActionSimulator mouse;
+  mouse.MouseMove(place);
+  Settle();
+  mouse.MouseDblClick();
+  Settle();
+}
+
+void GuiTest::Drag(const wxPoint& from, const wxPoint& to) {
+  wxUIActionSimulator mouse;
+  mouse.MouseMove(from);
+  Settle();
+  mouse.MouseDown();
+  Settle();
+  // In steps: the first ones only begin the drag.
+  constexpr int kSteps = 10;
+  for (int step = 1; step <= kSteps; ++step) {
+    mouse.MouseMove(from.x + (to.x - from.x) * step / kSteps, from.y + (to.y - from.y) * step / kSteps);
+    Settle();
+  }
+  mouse.MouseUp();
+  Settle();
+}
+
+wxWindow* GuiTest::Child(const wxWindow& window, const wxString& nameOrLabel) {
+  std::deque<wxWindow*> rest(window.GetChildren().begin(), window.GetChildren().end());
+  while (!rest.empty()) {
+    wxWindow* child = rest.front();
+    rest.pop_front();
+    if (child->GetName() == nameOrLabel || wxControl::GetLabelText(child->GetLabel()) == nameOrLabel) return child;
+    rest.insert(rest.end(), child->GetChildren().begin(), child->GetChildren().end());
+  }
+  ADD_FAILURE() << "no child \"" << nameOrLabel << "\"";
+  return nullptr;
+}
+
+void GuiTest::Screenshot(const std::string& name) {
+  const char* folder = std::getenv("ZELKOR_SCREENSHOTS");
+  if (folder == nullptr) return;
+  Settle();
+  wxScreenDC screen;
+  const wxSize size = screen.GetSize();
+  wxBitmap picture(size);
+  wxMemoryDC memory(picture);
+  memory.Blit(wxPoint(), size, &screen, wxPoint());
+  memory.SelectObject(wxNullBitmap);
+  picture.SaveFile(wxString(folder) + "/" + name + ".png", wxBITMAP_TYPE_PNG);
+}
+
+}  // namespace zelkor::tests

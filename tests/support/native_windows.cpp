@@ -1,0 +1,124 @@
+#include "tests/support/native_windows.h"
+
+#include <algorithm>
+#include <gtk/gtk.h>
+
+namespace zelkor::tests::native {
+
+namespace {
+
+std::string WithoutAccessKey(const char* label) {
+  std::string caption = label == nullptr ? "" : label;
+  caption.erase(std::remove(caption.begin(), caption.end(), '_'), caption.end());
+  return caption;
+}
+
+bool IsMessage(void* window) { return GTK_IS_MESSAGE_DIALOG(window) != 0; }
+
+wxPoint Centre(GtkWidget* widget) {
+  int x = 0;
+  int y = 0;
+  GtkWidget* top = gtk_widget_get_toplevel(widget);
+  gtk_widget_translate_coordinates(widget, top, 0, 0, &x, &y);
+  int left = 0;
+  int upper = 0;
+  gdk_window_get_origin(gtk_widget_get_window(top), &left, &upper);
+  return {left + x + gtk_widget_get_allocated_width(widget) / 2,
+          upper + y + gtk_widget_get_allocated_height(widget) / 2};
+}
+
+void CollectButtons(GtkWidget* widget, void* out) {
+  if (GTK_IS_BUTTON(widget) != 0) {
+    static_cast<std::vector<GtkWidget*>*>(out)->push_back(widget);
+  } else if (GTK_IS_CONTAINER(widget) != 0) {
+    gtk_container_forall(GTK_CONTAINER(widget), CollectButtons, out);
+  }
+}
+
+std::vector<GtkWidget*> ButtonWidgets(void* window) {
+  std::vector<GtkWidget*> widgets;
+  if (GTK_IS_DIALOG(window) != 0) {
+    CollectButtons(GTK_WIDGET(window), &widgets);
+    std::sort(widgets.begin(), widgets.end(), [](GtkWidget* a, GtkWidget* b) { return Centre(a).x < Centre(b).x; });
+  }
+  return widgets;
+}
+
+}  // namespace
+
+std::vector<void*> ModalWindows() {
+  std::vector<void*> modal;
+  GList* all = gtk_window_list_toplevels();
+  for (GList* entry = all; entry != nullptr; entry = entry->next) {
+    if (gtk_widget_get_mapped(GTK_WIDGET(entry->data)) != 0 && gtk_window_get_modal(GTK_WINDOW(entry->data)) != 0) {
+      modal.push_back(entry->data);
+    }
+  }
+  g_list_free(all);
+  return modal;
+}
+
+bool IsActive(void* window) { return gtk_window_is_active(GTK_WINDOW(window)) != 0; }
+
+void Close(void* window) {
+  if (GTK_IS_DIALOG(window) != 0) {
+    gtk_dialog_response(GTK_DIALOG(window), GTK_RESPONSE_DELETE_EVENT);
+  } else {
+    gtk_window_close(GTK_WINDOW(window));
+  }
+}
+
+std::string Title(void* window) {
+  const char* title = gtk_window_get_title(GTK_WINDOW(window));
+  return title == nullptr ? "" : title;
+}
+
+std::string MessageText(void* window) {
+  if (!IsMessage(window)) return {};
+  std::string text;
+  for (const char* property : {"text", "secondary-text"}) {
+    char* part = nullptr;
+    g_object_get(window, property, &part, nullptr);
+    if (part != nullptr && *part != '\0') text += (text.empty() ? "" : "\n") + std::string(part);
+    g_free(part);
+  }
+  return text;
+}
+
+std::string MessageIcon(void* window) {
+  if (!IsMessage(window)) return {};
+  GtkMessageType type = GTK_MESSAGE_OTHER;
+  g_object_get(window, "message-type", &type, nullptr);
+  switch (type) {
+    case GTK_MESSAGE_INFO:
+      return "info";
+    case GTK_MESSAGE_WARNING:
+      return "warning";
+    case GTK_MESSAGE_QUESTION:
+      return "question";
+    case GTK_MESSAGE_ERROR:
+      return "error";
+    case GTK_MESSAGE_OTHER:
+      break;
+  }
+  return {};
+}
+
+std::vector<Button> Buttons(void* window) {
+  std::vector<Button> buttons;
+  for (GtkWidget* widget : ButtonWidgets(window)) {
+    buttons.push_back(
+        {.caption = WithoutAccessKey(gtk_button_get_label(GTK_BUTTON(widget))), .centre = Centre(widget)});
+  }
+  return buttons;
+}
+
+std::string DefaultButton(void* window) {
+  GtkWidget* widget = gtk_window_get_default_widget(GTK_WINDOW(window));
+  if (widget == nullptr || GTK_IS_BUTTON(widget) == 0) return {};
+  return WithoutAccessKey(gtk_button_get_label(GTK_BUTTON(widget)));
+}
+
+void ServerRoundTrip() { gdk_display_sync(gdk_display_get_default()); }
+
+}  // namespace zelkor::tests::native
