@@ -6,7 +6,10 @@
 
 #include "app/console_user.h"
 #include "app/startup.h"
+#include "db/memory_rows.h"
 #include "lib/format.h"
+#include "lib/native_path.h"
+#include "lib/run_time_error.h"
 #include "lib/terminal.h"
 #include "lib/version.h"
 #include "sync/damaged.h"
@@ -33,6 +36,9 @@ constexpr const char* kHelp =
     "Exit status: 0 done; 1 the run failed, was refused or cancelled; 2 nothing was done;\n"
     "3 a damaged sync file.\n";
 
+constexpr const char* kNoWindows =
+    "This version has no windows yet. Start it with /syncexp or /syncimp; zelkor --help says how.";
+
 std::string Version() {
   return "Zelkor " + zelkor::lib::FormatTwoDecimals(zelkor::lib::kProgramVersion / 100.0) + "\n";
 }
@@ -50,8 +56,21 @@ int main(int argc, char** argv) {
   zelkor::lib::UseLocaleOfEnvironment();
   zelkor::lib::WatchForInterrupt();
   zelkor::app::ConsoleUser user;
+  zelkor::db::MemoryRows rows;
   try {
-    return zelkor::app::Main(arguments, user);
+    const std::string startDirectory = zelkor::lib::StartDirectory();
+    std::vector<zelkor::app::Word> words;
+    try {
+      words = zelkor::app::ParseCommandLine(arguments, startDirectory);
+    } catch (const zelkor::lib::RunTimeError& tooMany) {
+      user.Message(tooMany.what(), zelkor::lib::Icon::Critical);
+      return zelkor::sync::kStatusNothingDone;
+    }
+    return zelkor::app::Main(words, startDirectory, user, rows,
+                             [&user](zelkor::app::ProgramState& /*state*/, const std::string& /*files*/) {
+                               user.Message(kNoWindows);
+                               return zelkor::sync::kStatusNothingDone;
+                             });
   } catch (const zelkor::sync::DamagedSyncFile& damaged) {
     user.Message(damaged.what(), zelkor::lib::Icon::Critical);
     return zelkor::sync::kStatusDamaged;

@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "app/quick_search.h"
 #include "db/catalogue.h"
 #include "db/database.h"
 #include "db/remap.h"
@@ -44,6 +45,8 @@ struct ProgramState {
   sync::SyncLog log;
   net::Link link;
   sync::Context synchronisation;
+  QuickSearchState quickSearch;
+  bool trayFlag = false;  // the program sits in the system tray
 };
 
 }  // namespace zelkor::app

@@ -1,24 +1,22 @@
 #include "app/startup.h"
 
+#include <algorithm>
 #include <optional>
 
-#include "app/command_line.h"
 #include "app/identity.h"
-#include "app/program_state.h"
-#include "db/memory_rows.h"
+#include "app/mw_commands.h"
 #include "lib/code_page.h"
 #include "lib/native_path.h"
-#include "lib/run_time_error.h"
 #include "lib/settings.h"
 #include "lib/single_copy.h"
+#include "lib/text.h"
 #include "sync/synchronize.h"
 
 namespace zelkor::app {
 
 namespace {
 
-constexpr const char* kNoWindows =
-    "This version has no windows yet. Start it with /syncexp or /syncimp; zelkor --help says how.";
+constexpr const char* kNoTray = "No system tray answered: Zelkor stays in the taskbar";
 
 // Program-wide initialisation. An exit status when the program can not go on.
 std::optional<int> InitProgram(ProgramState& state) {
@@ -58,9 +56,9 @@ std::optional<int> OpenData(ProgramState& state) {
   return std::nullopt;
 }
 
-// The words in order. An exit status when one of them ended the program.
+// The words in order; file names go to `files`, each followed by CR LF. An exit status when a word ended the program.
 std::optional<int> RunCommandLine(ProgramState& state, const std::vector<Word>& words,
-                                  const std::string& startDirectory) {
+                                  const std::string& startDirectory, std::string& files) {
   db::Filters& filters = state.catalogue.ItemFilters();
   for (const Word& word : words) {
     switch (word.kind) {
@@ -74,7 +72,15 @@ std::optional<int> RunCommandLine(ProgramState& state, const std::vector<Word>& 
         filters.standardExclusion = filters.activeExclusion = CodesOf(word.argument);
         state.catalogue.ApplySelectFilter();
         break;
-      case WordKind::File:
+      case WordKind::File: {
+        const lib::Result<std::string> path = lib::FromCommandLine(word.text, startDirectory);
+        if (path.Ok()) {
+          files += *path + "\r\n";
+        } else {
+          state.user.Message(path.Failure().Message(), lib::Icon::Critical);
+        }
+        break;
+      }
       case WordKind::Ignored:
         break;
     }
@@ -84,15 +90,12 @@ std::optional<int> RunCommandLine(ProgramState& state, const std::vector<Word>& 
 
 }  // namespace
 
-int Main(const std::vector<std::string>& arguments, lib::User& user) {
-  const std::string startDirectory = lib::StartDirectory();
-  std::vector<Word> words;
-  try {
-    words = ParseCommandLine(arguments, startDirectory);
-  } catch (const lib::RunTimeError& tooMany) {
-    user.Message(tooMany.what(), lib::Icon::Critical);
-    return sync::kStatusNothingDone;
-  }
+bool IsUnattended(const std::vector<Word>& words) {
+  return std::any_of(words.begin(), words.end(), [](const Word& word) { return word.kind == WordKind::Synchronize; });
+}
+
+int Main(const std::vector<Word>& words, const std::string& startDirectory, lib::User& user, lib::ListRows& rows,
+         const RunWindows& runWindows) {
   const lib::Result<std::string> programDir = lib::FindProgramDir();
   if (!programDir.Ok()) {
     user.Message(programDir.Failure().Message(), lib::Icon::Critical);
@@ -103,13 +106,40 @@ int Main(const std::vector<std::string>& arguments, lib::User& user) {
     user.Message("Zelkor is already running!", lib::Icon::Critical);
     return sync::kStatusNothingDone;
   }
-  db::MemoryRows rows;
   ProgramState state(user, rows, *programDir);
   if (const std::optional<int> status = InitProgram(state)) return *status;
   if (const std::optional<int> status = OpenData(state)) return *status;
-  if (const std::optional<int> status = RunCommandLine(state, words, startDirectory)) return *status;
-  user.Message(kNoWindows);
-  return sync::kStatusNothingDone;
+  std::string files;
+  if (const std::optional<int> status = RunCommandLine(state, words, startDirectory, files)) return *status;
+  return runWindows(state, files);
+}
+
+void ShowMainWindow(ProgramState& state, MainView& view, db::ItemEditing& editing, const std::string& files) {
+  view.Place(LoadFormPosition(view.Position(), view.Screen(), ""));
+  view.PlaceSideWindows();
+  view.SetCaption(MainCaption(state.computerId));
+  view.ShowWindow();
+  editing.UpdateCurrentItem();
+  if (!files.empty()) editing.OpenItemFiles(lib::TrimCrLf(files));
+  if (lib::GetIniNumber("Zelkor", "AcceptNetConn", 0) != 0) state.link.StartLink();
+  if (lib::GetIniNumber("Zelkor", "SysTray", 0) != 0) {
+    view.CheckSysTray(true);
+    // Out of sight only where it can be reached again.
+    if (view.SetTrayIcon(true)) {
+      view.Minimise();
+    } else {
+      view.ShowStatus(kNoTray);
+    }
+  }
+}
+
+void ExitProgram(ProgramState& state, MainView& view) {
+  state.link.Exit();
+  lib::PutIniValue("Zelkor", "SysTray", state.trayFlag ? 1 : 0);
+  state.database.WriteConfig();
+  SaveFormPosition(view.Position(), "");
+  if (state.trayFlag) view.SetTrayIcon(false);
+  view.EndProgram();
 }
 
 }  // namespace zelkor::app
