@@ -36,6 +36,8 @@ lib::Status Database::OpenFiles() {
   configFile_ = std::move(*config);
   itemFile_ = std::move(*items);
   memoIndex_.Drop();
+  window_.Drop();
+  peekWindow_.Drop();
   return {};
 }
 
@@ -88,13 +90,20 @@ bool Database::CompactDatabase() {
 
 void Database::ReadItem(std::int32_t recno) {
   assert(recno >= 1 && recno <= recordCount_);
-  const lib::Result<std::size_t> got = itemFile_.ReadAt((recno - 1) * kItemBytes, item_.Bytes());
-  if (!got.Ok()) lib::InputOutputError(got.Failure().Message());
-  if (*got != FileRec::kBytes) lib::InputOutputError(itemFile_.Path() + " has become shorter while it was in use");
+  const lib::Result<bool> whole = window_.Read(itemFile_, recno, item_);
+  if (!whole.Ok()) lib::InputOutputError(whole.Failure().Message());
+  if (!*whole) lib::InputOutputError(itemFile_.Path() + " has become shorter while it was in use");
+}
+
+void Database::PeekItem(std::int32_t recno, FileRec& item) {
+  const lib::Result<bool> whole = peekWindow_.Read(itemFile_, recno, item);
+  if (!whole.Ok() || !*whole) item.Clear();
 }
 
 void Database::WriteItem(std::int32_t recno) {
   assert(recno >= 1 && recno <= AppendRecNo());
+  window_.Drop();
+  peekWindow_.Drop();
   const lib::Status status = itemFile_.WriteAt((recno - 1) * kItemBytes, item_.Bytes());
   if (!status.Ok()) {
     // Part of an appended record may stand there; without it the file is as it was.

@@ -9,6 +9,7 @@
 #include "db/config_rec.h"
 #include "db/file_rec.h"
 #include "db/memo_index.h"
+#include "db/record_window.h"
 #include "lib/files.h"
 #include "lib/user.h"
 
@@ -41,6 +42,9 @@ class Database {
   [[nodiscard]] FileRec& Item() { return item_; }
   void ReadItem(std::int32_t recno);
   void WriteItem(std::int32_t recno);
+  // A record to come, for whoever looks ahead of ReadItem; leaves Item() alone. All zero when it can not be read, which
+  // is for ReadItem to tell.
+  void PeekItem(std::int32_t recno, FileRec& item);
   [[nodiscard]] std::int32_t RecordCount() const { return recordCount_; }
   // The number that a new record gets.
   [[nodiscard]] std::int32_t AppendRecNo() const { return recordCount_ + 1; }
@@ -74,6 +78,8 @@ class Database {
   ConfigRec config_;
   FileRec item_;
   std::int32_t recordCount_ = 0;
+  RecordWindow window_;
+  RecordWindow peekWindow_;
   MemoIndex memoIndex_;
 };
 

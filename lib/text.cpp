@@ -68,7 +68,12 @@ std::string_view TrimCrLf(std::string_view text) {
 
 std::string_view TrimAtNul(std::string_view text) { return text.substr(0, text.find('\0')); }
 
-std::string_view FieldText(std::string_view field) { return Trim(TrimAtNul(field)); }
+std::string_view FieldText(std::string_view field) {
+  // Most of a field is padding, passed over eight blanks at a time.
+  constexpr std::string_view kBlanks = "        ";
+  while (field.ends_with(kBlanks)) field.remove_suffix(kBlanks.size());
+  return Trim(TrimAtNul(field));
+}
 
 bool EqualNoCase(std::string_view a, std::string_view b) {
   return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), EqualChars);

@@ -12,6 +12,9 @@ namespace zelkor::sync {
 
 namespace {
 
+// So few items are written before a second thread has begun.
+constexpr int kWorthAThread = 16;
+
 bool IsMissing(lib::Cause cause) { return cause == lib::Cause::NotFound || cause == lib::Cause::PathNotFound; }
 
 bool LaterThan(lib::Date date, lib::Date cutoff) { return lib::DateToSeconds(date) > lib::DateToSeconds(cutoff); }
@@ -56,6 +59,25 @@ bool ItemExporter::GoesToTarget(const db::FileRec& item) const {
   return db::ItemGoesToTarget(item, targetId_, target_.Number(net::TargetRec::kDefaultExclude) != 0);
 }
 
+void ItemExporter::LookAhead(int row) {
+  constexpr std::size_t kEnough = lib::ReadAhead::kFiles / 2;
+  if (!ahead_ || ahead_->Wanted() > kEnough) return;
+  aheadRow_ = std::max(aheadRow_, row);
+  const int rows = list_.ItemList().Count();
+  while (aheadRow_ < rows && ahead_->Wanted() < lib::ReadAhead::kFiles) {
+    const std::int32_t recno = list_.ItemList().FileRec(++aheadRow_);
+    db::FileRec item;
+    context_.catalogue.Data().PeekItem(recno, item);
+    const State state = StateOf(recno, item);
+    if (item.Deleted() || state == State::Off || !GoesToTarget(item)) continue;
+    std::string path = item.Text(db::FileRec::kFileName);
+    // Only what is plainly one file: the names of a longer selection come out when its turn comes.
+    if (path.find_first_of("*?\r\n") != std::string::npos) continue;
+    ahead_->Want(aheadRow_, std::move(path), state == State::On ? 0 : lastExport_);
+  }
+  ahead_->Start();
+}
+
 bool ItemExporter::WriteBlock(SyncWriter& writer, lib::Status& failure) {
   db::Database& data = context_.catalogue.Data();
   const int rows = list_.ItemList().Count();
@@ -63,9 +85,12 @@ bool ItemExporter::WriteBlock(SyncWriter& writer, lib::Status& failure) {
   if (context_.user.ShowsProgress()) CountBytes();
   failure = writer.BeginBlock(rows);
   if (!failure.Ok()) return false;
+  if (rows >= kWorthAThread) ahead_.emplace();
   for (int row = 1; row <= rows; ++row) {
     context_.user.PendingEvents();
     if (context_.user.Cancelled()) return false;
+    row_ = row;
+    LookAhead(row);
     const std::int32_t recno = list_.ItemList().FileRec(row);
     data.ReadItem(recno);
     progress_.items = row;
@@ -88,7 +113,12 @@ bool ItemExporter::WriteBlock(SyncWriter& writer, lib::Status& failure) {
 }
 
 bool ItemExporter::WriteItem(SyncWriter& writer, db::FileRec item, State state, lib::Status& failure) {
-  context_.log.LogLine(item.Text(db::FileRec::kDescription));
+  // An item whose only file is at hand is logged together with what becomes of it.
+  if (ahead_ && ahead_->Ready(row_)) {
+    context_.log.LogHeading(item.Text(db::FileRec::kDescription));
+  } else {
+    context_.log.LogLine(item.Text(db::FileRec::kDescription));
+  }
   const std::string selection = item.Text(db::FileRec::kFileName);
   item.SetText(db::FileRec::kImportSource, context_.computerId);
   item.SetDate(db::FileRec::kImportDate, lib::Now());
@@ -110,6 +140,7 @@ bool ItemExporter::WriteItem(SyncWriter& writer, db::FileRec item, State state, 
       context_.log.LogLine("  no files newer than " + lib::GeneralDate(cutoff));
     }
   }
+  context_.log.Settle();
   failure = writer.EndItem(item, lib::NormaliseSelection(context_.remap.RemapPath(selection, false)));
   return failure.Ok();
 }
@@ -124,6 +155,14 @@ void ItemExporter::NoteLeftOut(const lib::SelectedFile& file) {
 }
 
 bool ItemExporter::WriteFile(SyncWriter& writer, const std::string& path, lib::Date cutoff, lib::Status& failure) {
+  lib::Status why;
+  const lib::ReadAhead::Found* const found = ahead_ ? ahead_->Take(row_, path) : nullptr;
+  if (found != nullptr && cutoff != 0 && !LaterThan(found->info.written, cutoff)) return true;
+  if (found != nullptr && found->read) {
+    return NoteOutcome(writer, path, writer.WriteFile(*found, context_.remap.RemapPath(path, false), why), why,
+                       failure);
+  }
+  context_.log.Settle();
   // With no cut-off the file is opened at once; otherwise most files are not due, and a look at the date is enough.
   if (cutoff != 0) {
     const lib::Result<lib::FileInfo> info = lib::GetFileInfo(path);
@@ -134,9 +173,13 @@ bool ItemExporter::WriteFile(SyncWriter& writer, const std::string& path, lib::D
       return true;
     }
   }
-  lib::Status why;
   const EntryOutcome outcome = writer.WriteFile(path, context_.remap.RemapPath(path, false), why,
                                                 [this](std::int64_t bytes) { ShowProgress(bytes); });
+  return NoteOutcome(writer, path, outcome, why, failure);
+}
+
+bool ItemExporter::NoteOutcome(const SyncWriter& writer, const std::string& path, EntryOutcome outcome,
+                               const lib::Status& why, lib::Status& failure) {
   switch (outcome) {
     case EntryOutcome::Written:
       context_.log.LogLine("  [" + path + "]");

@@ -2,10 +2,12 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "db/memory_rows.h"
+#include "lib/read_ahead.h"
 #include "lib/selection.h"
 #include "net/target_rec.h"
 #include "sync/context.h"
@@ -42,10 +44,15 @@ class ItemExporter {
   // Writes one item. False as WriteBlock.
   bool WriteItem(SyncWriter& writer, db::FileRec item, State state, lib::Status& failure);
   bool WriteFile(SyncWriter& writer, const std::string& path, lib::Date cutoff, lib::Status& failure);
+  // Logs what became of a file, and holds the date when it should have gone. False when the sync file failed.
+  bool NoteOutcome(const SyncWriter& writer, const std::string& path, EntryOutcome outcome, const lib::Status& why,
+                   lib::Status& failure);
   // Logs what an item's selection could not name, and holds the date where a due file may be behind it.
   void NoteLeftOut(const lib::SelectedFile& file);
   // The first file of the item that is newer than the last export; empty when there is none.
   [[nodiscard]] std::string FirstDueFile(const db::FileRec& item) const;
+  // Has the files of the coming rows read ahead.
+  void LookAhead(int row);
   void CountBytes();
   void ShowProgress(std::int64_t bytesOfFile);
 
@@ -57,6 +64,9 @@ class ItemExporter {
   db::MemoryRows rows_;
   db::Catalogue list_;
   bool filtered_ = false;
+  std::optional<lib::ReadAhead> ahead_;
+  int row_ = 0;       // the row in hand
+  int aheadRow_ = 0;  // the last row whose files are wanted ahead
   DateHold hold_;
   lib::Progress progress_;
 };

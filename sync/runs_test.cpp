@@ -1,5 +1,6 @@
 // Exports and imports driven as the windows will drive them: what the command line cannot reach.
 
+#include <algorithm>
 #include <filesystem>
 
 #include "db/memory_rows.h"
@@ -320,6 +321,64 @@ TEST_F(Runs, AnItemOnADriveWithoutADirectoryHoldsTheDateAndIsAnError) {
   EXPECT_EQ(Export(), ExportResult::DoneWithErrors);
   EXPECT_EQ(LastExport("laptop"), 0);
   EXPECT_THAT(user_.log, Contains(testing::HasSubstr("Drives")));
+}
+
+// Enough items that their files are read ahead: what is not plainly there must come out as it would without that.
+TEST_F(Runs, ManyItemsGoOutInTheirOrderWhateverTheirFilesAre) {
+  constexpr int kItems = 300;
+  std::vector<std::string> expected;
+  for (int i = 0; i < kItems; ++i) {
+    const std::string number = std::to_string(i);
+    const std::string name = "f" + number + ".txt";
+    expected.push_back("Item " + number);
+    switch (i % 5) {
+      case 0:
+        AddItem("Item " + number, "c:\\F" + number + ".TXT");  // spelled otherwise
+        PutFile(name, number, kNew);
+        expected.push_back("  [c:\\F" + number + ".TXT]");
+        break;
+      case 1:
+        AddItem("Item " + number, "c:\\" + name);
+        expected.push_back("  [c:\\" + name + "]: not found");
+        break;
+      case 2:
+        AddItem("Item " + number, "c:\\" + name + "\r\nc:\\twin.txt");
+        PutFile(name, number, kNew);
+        PutFile("twin.txt", "twin", kNew);
+        expected.push_back("  [c:\\" + name + "]");
+        expected.emplace_back("  [c:\\twin.txt]");
+        break;
+      case 3:
+        AddItem("Item " + number, "c:\\" + name);
+        PutFile(name, std::string(100'000, 'x'), kNew);
+        expected.push_back("  [c:\\" + name + "]");
+        break;
+      default:
+        AddItem("Item " + number, "c:\\" + name);
+        PutFile(name, number, kNew);
+        expected.push_back("  [c:\\" + name + "]");
+    }
+  }
+  ASSERT_EQ(Export("test"), ExportResult::Done);
+  const auto lines = [&](const std::string& first, std::size_t count) {
+    const auto begin = std::find(user_.log.begin(), user_.log.end(), first);
+    const auto left = static_cast<std::size_t>(user_.log.end() - begin);
+    return std::vector<std::string>(begin, begin + static_cast<std::ptrdiff_t>(std::min(left, count)));
+  };
+  EXPECT_EQ(lines("Item 0", expected.size()), expected);
+  EXPECT_THAT(user_.log, Contains("300 memos, 300 files exported"));
+
+  // All is here as it went out, but for one file that is gone meanwhile.
+  fs::remove(Home() / "f4.txt");
+  ASSERT_EQ(Import(), ImportResult::Success);
+  EXPECT_EQ(Content("f4.txt"), "4");
+  EXPECT_THAT(user_.log, Contains("Identical: 299"));
+
+  PutFile("f9.txt", "changed", lib::Now());
+  ASSERT_EQ(Export("test"), ExportResult::Done);
+  EXPECT_THAT(lines("Item 9", 2), testing::ElementsAre("Item 9", "  [c:\\f9.txt]"));
+  EXPECT_EQ(lines("Item 14", 2)[1].rfind("  no files newer than ", 0), 0U);
+  EXPECT_THAT(user_.log, Contains("300 memos, 1 files exported"));
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "sync/sync_log.h"
 
+#include <utility>
+
 #include "lib/clock.h"
 #include "lib/format.h"
 #include "lib/settings.h"
@@ -36,23 +38,35 @@ void SyncLog::OpenFile(std::string_view name) {
 }
 
 void SyncLog::LogLine(std::string_view line) {
-  if (file_.IsOpen()) {
-    const std::string text = std::string(line) + "\r\n";
-    const lib::Status written = file_.WriteAt(length_, text);
-    if (written.Ok()) {
-      length_ += static_cast<std::int64_t>(text.size());
-    } else {
-      file_.Close();
-      user_.LogLine("The log file ends here: " + written.Message());
-    }
-  }
+  const std::optional<std::string> heading = std::exchange(heading_, std::nullopt);
+  WriteToFile((heading ? *heading + "\r\n" : std::string()) + std::string(line) + "\r\n");
+  if (heading) user_.LogLine(*heading);
   user_.LogLine(std::string(line));
   user_.PendingEvents();
 }
 
-void SyncLog::CloseLog() { file_.Close(); }
+void SyncLog::Settle() {
+  if (const std::optional<std::string> heading = std::exchange(heading_, std::nullopt)) LogLine(*heading);
+}
+
+void SyncLog::WriteToFile(const std::string& text) {
+  if (!file_.IsOpen()) return;
+  const lib::Status written = file_.WriteAt(length_, text);
+  if (written.Ok()) {
+    length_ += static_cast<std::int64_t>(text.size());
+    return;
+  }
+  file_.Close();
+  user_.LogLine("The log file ends here: " + written.Message());
+}
+
+void SyncLog::CloseLog() {
+  Settle();
+  file_.Close();
+}
 
 void SyncLog::Report(const std::string& text, lib::Icon icon) {
+  Settle();
   user_.Message(text, icon);
   LogLine(lib::ReplaceAll(text, "\r\n", " "));
 }

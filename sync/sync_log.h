@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -23,6 +24,10 @@ class SyncLog {
   void OpenLog(std::string_view name, std::string_view title);
   // One line, flushed: it survives whatever happens to the program next.
   void LogLine(std::string_view line);
+  // A line that is written together with the next one, which must come before anything is waited for; Settle writes it
+  // alone.
+  void LogHeading(std::string_view line) { heading_ = line; }
+  void Settle();
   void CloseLog();
 
   // A failure that the user must see and the log must keep.
@@ -30,11 +35,13 @@ class SyncLog {
 
  private:
   void OpenFile(std::string_view name);
+  void WriteToFile(const std::string& text);
 
   std::string folder_;
   lib::User& user_;
   lib::File file_;
   std::int64_t length_ = 0;
+  std::optional<std::string> heading_;
 };
 
 }  // namespace zelkor::sync

@@ -48,17 +48,43 @@ lib::Status SyncWriter::EndItem(db::FileRec& item, std::string_view sharedName) 
   return output_.Patch(itemStart_, item.Bytes());
 }
 
+EntryOutcome SyncWriter::WriteFile(const lib::ReadAhead::Found& found, std::string_view sharedPath, lib::Status& why) {
+  const EntryOutcome begun = BeginFile(found.info, sharedPath, why);
+  if (begun != EntryOutcome::Written) return begun;
+  why = output_.Append(found.content);
+  if (!why.Ok()) return EntryOutcome::CanNotWrite;
+  CountFile(found.info);
+  return EntryOutcome::Written;
+}
+
+void SyncWriter::CountFile(const lib::FileInfo& info) {
+  ++filesOfItem_;
+  ++files_;
+  bytesOfFile_ = info.size;
+}
+
+EntryOutcome SyncWriter::BeginFile(const lib::FileInfo& info, std::string_view sharedPath, lib::Status& why) {
+  if (info.size > kMaxLength) return EntryOutcome::TooLong;
+  const std::int64_t itemBytes = output_.Position() - itemStart_ - static_cast<std::int64_t>(db::FileRec::kBytes);
+  if (itemBytes + kHeaderBytes + info.size > kMaxLength) return EntryOutcome::ItemTooLong;
+
+  FileHeader header;
+  header.SetText(FileHeader::kSignature, kFileSignature);
+  header.SetText(FileHeader::kPath, sharedPath);
+  header.SetNumber(FileHeader::kSize, static_cast<std::int32_t>(info.size));
+  header.SetDate(FileHeader::kCreated, info.created);
+  header.SetDate(FileHeader::kWritten, info.written);
+  why = output_.Append(header.Bytes());
+  return why.Ok() ? EntryOutcome::Written : EntryOutcome::CanNotWrite;
+}
+
 EntryOutcome SyncWriter::WriteFile(const std::string& path, std::string_view sharedPath, lib::Status& why,
                                    const std::function<void(std::int64_t)>& report) {
   const std::int64_t start = output_.Position();
   EntryOutcome outcome = EntryOutcome::Changing;
   for (int attempt = 0; attempt < kReadAttempts && outcome == EntryOutcome::Changing; ++attempt) {
     outcome = TryFile(path, sharedPath, why, report);
-    if (outcome == EntryOutcome::Written) {
-      ++filesOfItem_;
-      ++files_;
-      return outcome;
-    }
+    if (outcome == EntryOutcome::Written) return outcome;
     if (lib::Status rewound = output_.Rewind(start); !rewound.Ok()) {
       why = rewound;
       return EntryOutcome::CanNotWrite;
@@ -81,19 +107,7 @@ EntryOutcome SyncWriter::TryFile(const std::string& path, std::string_view share
     why = info.Failure();
     return EntryOutcome::Unreadable;
   }
-  if (info->size > kMaxLength) return EntryOutcome::TooLong;
-  const std::int64_t itemBytes = output_.Position() - itemStart_ - static_cast<std::int64_t>(db::FileRec::kBytes);
-  if (itemBytes + kHeaderBytes + info->size > kMaxLength) return EntryOutcome::ItemTooLong;
-
-  FileHeader header;
-  header.SetText(FileHeader::kSignature, kFileSignature);
-  header.SetText(FileHeader::kPath, sharedPath);
-  header.SetNumber(FileHeader::kSize, static_cast<std::int32_t>(info->size));
-  header.SetDate(FileHeader::kCreated, info->created);
-  header.SetDate(FileHeader::kWritten, info->written);
-  why = output_.Append(header.Bytes());
-  if (!why.Ok()) return EntryOutcome::CanNotWrite;
-
+  if (const EntryOutcome begun = BeginFile(*info, sharedPath, why); begun != EntryOutcome::Written) return begun;
   for (std::int64_t done = 0; done < info->size;) {
     const lib::CopyOutcome copied = output_.AppendFrom(*file, done, std::min(kStretch, info->size - done));
     if (!copied.status.Ok()) {
@@ -105,14 +119,13 @@ EntryOutcome SyncWriter::TryFile(const std::string& path, std::string_view share
     report(done);
   }
   // Only a file that stood still while it was read is one whole version of itself.
-  const lib::Result<lib::FileInfo> after = file->Info();
-  if (!after.Ok()) {
-    why = after.Failure();
+  const lib::Result<bool> still = file->StillIs(*info);
+  if (!still.Ok()) {
+    why = still.Failure();
     return EntryOutcome::Unreadable;
   }
-  bytesOfFile_ = info->size;
-  const bool still = after->size == info->size && after->changeStamp == info->changeStamp;
-  return still ? EntryOutcome::Written : EntryOutcome::Changing;
+  if (*still) CountFile(*info);
+  return *still ? EntryOutcome::Written : EntryOutcome::Changing;
 }
 
 }  // namespace zelkor::sync

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "lib/files.h"
+#include "lib/read_ahead.h"
 #include "sync/output_buffer.h"
 #include "sync/sync_file.h"
 
@@ -43,6 +44,9 @@ class SyncWriter {
   EntryOutcome WriteFile(const std::string& path, std::string_view sharedPath, lib::Status& why,
                          const std::function<void(std::int64_t)>& report);
 
+  // The same for a file that has been read ahead.
+  EntryOutcome WriteFile(const lib::ReadAhead::Found& found, std::string_view sharedPath, lib::Status& why);
+
   [[nodiscard]] lib::Status Flush() { return output_.Flush(); }
   [[nodiscard]] std::int64_t Position() const { return output_.Position(); }
   [[nodiscard]] std::int32_t Items() const { return items_; }
@@ -55,6 +59,10 @@ class SyncWriter {
  private:
   EntryOutcome TryFile(const std::string& path, std::string_view sharedPath, lib::Status& why,
                        const std::function<void(std::int64_t)>& report);
+
+  // Written stands for success.
+  EntryOutcome BeginFile(const lib::FileInfo& info, std::string_view sharedPath, lib::Status& why);
+  void CountFile(const lib::FileInfo& info);
 
   OutputBuffer output_;
   std::int64_t blockStart_ = 0;
