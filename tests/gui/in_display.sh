@@ -25,10 +25,10 @@ read -r -t 60 number <"$folder/number" || { echo "no X server: $(cat "$folder/se
 export DISPLAY=:$number
 
 # The manager would otherwise cover the screen with a message about its wallpaper.
-mkdir "$folder/fluxbox"
-echo "background: none" >"$folder/fluxbox/overlay"
-cat >"$folder/fluxbox/init" <<SETTINGS
-session.styleOverlay: $folder/fluxbox/overlay
+mkdir "$folder/.fluxbox"
+echo "background: none" >"$folder/.fluxbox/overlay"
+cat >"$folder/.fluxbox/init" <<SETTINGS
+session.styleOverlay: $folder/.fluxbox/overlay
 session.screen0.workspaces: 1
 session.screen0.toolbar.visible: true
 session.screen0.toolbar.tools: iconbar, systemtray
@@ -36,7 +36,7 @@ session.screen0.focusModel: ClickFocus
 session.screen0.focusNewWindows: true
 session.screen0.windowPlacement: RowSmartPlacement
 SETTINGS
-HOME=$folder fluxbox -no-slit -rc "$folder/fluxbox/init" >"$folder/manager.log" 2>&1 &
+HOME=$folder fluxbox -no-slit >"$folder/manager.log" 2>&1 &
 manager=$!
 disown "$manager"  # or bash would tell of its end
 # Windows mapped before the manager answers would not be managed.
