@@ -1,0 +1,43 @@
+#include "lib/gui/placement.h"
+
+#include <algorithm>
+#include <wx/display.h>
+
+namespace zelkor::lib {
+
+namespace {
+
+int Area(const wxRect& rect) { return rect.width * rect.height; }
+
+// The usable part of the screen that shows most of `rect`.
+wxRect ScreenOf(const wxRect& rect) {
+  wxRect best;
+  int most = 0;
+  for (unsigned i = 0; i < wxDisplay::GetCount(); ++i) {
+    const wxRect screen = wxDisplay(i).GetClientArea();
+    const int shown = Area(screen.Intersect(rect));
+    if (shown > most || best.IsEmpty()) best = screen;
+    most = std::max(most, shown);
+  }
+  return best;
+}
+
+// The start of a stretch of this length, moved into the one from `low` on.
+int Within(int start, int length, int low, int room) { return std::max(low, std::min(start, low + room - length)); }
+
+}  // namespace
+
+wxRect OntoAScreen(const wxRect& wanted) {
+  const wxRect screen = ScreenOf(wanted);
+  const wxSize size(std::min(wanted.width, screen.width), std::min(wanted.height, screen.height));
+  return {Within(wanted.x, size.x, screen.x, screen.width), Within(wanted.y, size.y, screen.y, screen.height), size.x,
+          size.y};
+}
+
+void MoveOntoAScreen(wxWindow& window) {
+  const wxRect wanted = window.GetRect();
+  const wxRect place = OntoAScreen(wanted);
+  if (place != wanted) window.SetSize(place);
+}
+
+}  // namespace zelkor::lib
