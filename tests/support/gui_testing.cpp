@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <deque>
 #include <memory>
-#include <set>
 #include <utility>
 #include <wx/app.h>
 #include <wx/bitmap.h>
@@ -38,48 +37,40 @@ class ModalWatch : public wxTimer {
   std::deque<std::function<void(ShownModal&)>> expected;
 
   void Notify() override {
-    Forget();
-    const auto shown = native::ModalWindows();
-    for (void* window : shown) {
-      if (seen_.contains(window)) continue;
-      if (!native::IsActive(window)) {
-        // The window manager has still to give it the keyboard.
-        if (Waited(window)) Close(window, "never became active");
-        return;
+    const auto now = std::chrono::steady_clock::now();
+    for (void* window : native::ModalWindows()) {
+      // The window keeps its own state: another one may come later under the same handle.
+      native::Watched& watched = native::WatchedState(window);
+      if (!watched.since) watched.since = now;
+      const bool patient = now - *watched.since < kPatience;
+      if (watched.answering) continue;  // this very call came from inside its answer
+      if (watched.answered) {
+        if (!patient) Close(window, "was still there after its answer");
+      } else if (native::IsActive(window)) {
+        Answer(window, watched);
+        return;  // anything may have changed
+      } else if (!patient) {
+        Close(window, "never became active");
       }
-      seen_.insert(window);
-      Answer(window);
-      return;
     }
   }
 
  private:
-  // Windows that are gone may come back under the same handle.
-  void Forget() {
-    const auto shown = native::ModalWindows();
-    std::erase_if(seen_, [&](void* window) { return std::find(shown.begin(), shown.end(), window) == shown.end(); });
-    std::erase_if(since_,
-                  [&](const auto& entry) { return std::find(shown.begin(), shown.end(), entry.first) == shown.end(); });
-    for (void* window : seen_) {
-      if (answered_.contains(window) && Waited(window)) Close(window, "was still there after its answer");
-    }
-  }
-
-  bool Waited(void* window) {
-    const auto [entry, first] = since_.try_emplace(window, std::chrono::steady_clock::now());
-    return !first && std::chrono::steady_clock::now() - entry->second > kPatience;
-  }
-
-  void Answer(void* window) {
-    ShownModal modal(window);
+  void Answer(void* window, native::Watched& watched) {
     if (expected.empty()) {
       Close(window, "was not expected");
+      watched.answered = true;
       return;
     }
     const auto answer = std::move(expected.front());
     expected.pop_front();
+    const native::KeepAlive alive(window);
+    watched.answering = true;
+    ShownModal modal(window);
     answer(modal);
-    answered_.insert(window);
+    watched.answering = false;
+    watched.answered = true;
+    watched.since = std::chrono::steady_clock::now();
   }
 
   static void Close(void* window, const std::string& why) {
@@ -87,10 +78,6 @@ class ModalWatch : public wxTimer {
     ADD_FAILURE() << "a modal window " << why << ": [" << modal.Title() << "] " << modal.Text();
     native::Close(window);
   }
-
-  std::set<void*> seen_;
-  std::set<void*> answered_;
-  std::map<void*, std::chrono::steady_clock::time_point> since_;
 };
 
 std::unique_ptr<ModalWatch> watch;  // NOLINT(cppcoreguidelines-avoid-non-const-global-variables): one test at a time

@@ -46,6 +46,19 @@ std::vector<GtkWidget*> ButtonWidgets(void* window) {
 
 }  // namespace
 
+Watched& WatchedState(void* window) {
+  constexpr const char* kKey = "zelkor-watched";
+  if (g_object_get_data(G_OBJECT(window), kKey) == nullptr) {
+    g_object_set_data_full(G_OBJECT(window), kKey, new Watched,
+                           [](void* state) { delete static_cast<Watched*>(state); });
+  }
+  return *static_cast<Watched*>(g_object_get_data(G_OBJECT(window), kKey));
+}
+
+// GTK takes the data of a destroyed widget away early; without a reference it would take the memory too.
+KeepAlive::KeepAlive(void* window) : window_(g_object_ref(window)) {}
+KeepAlive::~KeepAlive() { g_object_unref(window_); }
+
 std::vector<void*> ModalWindows() {
   std::vector<void*> modal;
   GList* all = gtk_window_list_toplevels();

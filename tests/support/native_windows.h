@@ -2,6 +2,8 @@
 // named by its native handle.
 #pragma once
 
+#include <chrono>
+#include <optional>
 #include <string>
 #include <vector>
 #include <wx/gdicmn.h>
@@ -11,6 +13,27 @@ namespace zelkor::tests::native {
 struct Button {
   std::string caption;  // without access key
   wxPoint centre;       // on the screen
+};
+
+// What a watcher of modal windows keeps with a window.
+struct Watched {
+  std::optional<std::chrono::steady_clock::time_point> since;  // when it was first seen, or answered
+  bool answering = false;
+  bool answered = false;
+};
+// The window's state; it lives as long as the window.
+[[nodiscard]] Watched& WatchedState(void* window);
+
+// Keeps a window's memory from being freed while this lives.
+class KeepAlive {
+ public:
+  explicit KeepAlive(void* window);
+  ~KeepAlive();
+  KeepAlive(const KeepAlive&) = delete;
+  KeepAlive& operator=(const KeepAlive&) = delete;
+
+ private:
+  void* window_;
 };
 
 // Every modal window that is on the screen.

@@ -2,12 +2,11 @@
 // temporary folder. Nothing outside it is touched, and it is gone after the test.
 #pragma once
 
-#include <gtest/gtest.h>
-#include <stdlib.h>  // NOLINT(modernize-deprecated-headers): setenv, mkdtemp
-
 #include <filesystem>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <iterator>
+#include <stdlib.h>  // NOLINT(modernize-deprecated-headers): setenv, mkdtemp
 #include <string>
 
 #include "lib/native_path.h"
@@ -19,7 +18,8 @@ class Sandbox : public testing::Test {
   Sandbox() {
     std::string pattern = (std::filesystem::temp_directory_path() / "zelkor-test-XXXXXX").string();
     root_ = mkdtemp(pattern.data());
-    for (const char* name : {"home", "config", "program", "run", "tmp"}) std::filesystem::create_directory(root_ / name);
+    for (const char* name : {"home", "config", "program", "run", "tmp"})
+      std::filesystem::create_directory(root_ / name);
     Set("HOME", root_ / "home");
     Set("XDG_CONFIG_HOME", root_ / "config");
     Set("ZELKOR_DIR", root_ / "program");
