@@ -64,8 +64,22 @@ class PeerUser {
   // ProgramCame brings it again. Starts the program when none is there and it may be started; fails as Push does.
   virtual lib::Status Announce(const std::string& text) = 0;
   virtual void Progress(const PeerProgress& progress) = 0;
+  // That computer is connected (again): what waits for it may go well now.
+  virtual void Reached(const std::string& computerId) = 0;
   // For the log: who came and was turned away, and why.
   virtual void Log(const std::string& line) = 0;
+};
+
+// How long to be patient with another computer.
+struct PeerTimes {
+  Loop::Milliseconds connect{10'000};    // to a connection, its handshake included
+  Loop::Milliseconds answer{30'000};     // to the answer to a question
+  Loop::Milliseconds keepAlive{20'000};  // of silence before a sign of life is asked for
+  Loop::Milliseconds silence{60'000};    // before a connection counts as lost
+  Loop::Milliseconds resume{60'000};     // for the sender of a file that broke off to come back
+  Loop::Milliseconds redial{1'000};      // before a lost connection that is still needed is made again; then longer
+  Loop::Milliseconds idle{600'000};      // before a connection that nobody uses is given up
+  Loop::Milliseconds settings{3'000};    // between two looks at the settings
 };
 
 struct PeerSettings {
@@ -74,13 +88,14 @@ struct PeerSettings {
   bool accept = false;     // "AcceptNetConn": listen, and answer requests of others
   std::uint16_t port = 4223;
   std::vector<std::string> listen;  // addresses without port; empty: all
+  PeerTimes times{};
 };
 
 // As they stand in "orlim.ini" now.
 [[nodiscard]] PeerSettings ReadPeerSettings(const std::string& programDir);
 
 struct FileToSend {
-  // Names the transfer for as long as it takes, over restarts of both sides; letters and digits, at most 32.
+  // Names the transfer for as long as it takes, over restarts of both sides: 1 to 32 lower-case letters and digits.
   std::string ticket;
   std::string address;
   std::string ownId;

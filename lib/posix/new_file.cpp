@@ -134,6 +134,7 @@ struct NewFile::State {
   std::string target;     // the native path that it will have
   std::string temporary;  // the native path that it has until then; empty for an unnamed file
   bool unnamed = false;
+  bool ownerOnly = false;
   std::optional<Old> old;
 };
 
@@ -142,10 +143,11 @@ NewFile::NewFile(NewFile&&) noexcept = default;
 NewFile& NewFile::operator=(NewFile&&) noexcept = default;
 NewFile::~NewFile() = default;
 
-Result<NewFile> NewFile::Create(std::string_view path) {
+Result<NewFile> NewFile::Create(std::string_view path, Access access) {
   const Result<posix::WrittenPath> written = posix::Drives::Current().ToWritten(path);
   if (!written.Ok()) return written.Failure();
   auto state = std::make_unique<State>();
+  state->ownerOnly = access == Access::OwnerOnly;
   posix::NameLookup& lookup = posix::NameLookup::Shared();
   state->target = written->native;
 
@@ -172,7 +174,7 @@ Result<NewFile> NewFile::Create(std::string_view path) {
   int error = EOPNOTSUPP;
   if (UnnamedFilesCanBeNamed()) {
     // Nobody else can open it before it has its name, so it may have its final mode from the start.
-    const mode_t mode = state->old ? kPrivate : NewFileMode();
+    const mode_t mode = state->old || state->ownerOnly ? kPrivate : NewFileMode();
     file = Descriptor(Uninterrupted([&] { return open(directory.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, mode); }));
     error = file.IsOpen() ? 0 : errno;
     state->unnamed = file.IsOpen();
@@ -194,6 +196,7 @@ Result<NewFile> NewFile::Create(std::string_view path) {
 File& NewFile::Content() { return state_->content; }
 
 void NewFile::State::TakeOver(const std::optional<Old>& replaced) const {
+  if (ownerOnly) return;  // it was made so
   const int file = Handle();
   if (!replaced) {
     if (!unnamed) fchmod(file, NewFileMode());  // where modes are not kept there is nothing to set
