@@ -65,7 +65,7 @@ class PeerUser {
   virtual lib::Status Announce(const std::string& text) = 0;
   virtual void Progress(const PeerProgress& progress) = 0;
   // That computer is connected (again): what waits for it may go well now.
-  virtual void Reached(const std::string& computerId) = 0;
+  virtual void Reached(const std::string& computerId) { (void)computerId; }
   // For the log: who came and was turned away, and why.
   virtual void Log(const std::string& line) = 0;
 };
@@ -127,6 +127,10 @@ class Peers {
   virtual void ProgramCame() = 0;
   // The program is gone. What it waited for ends without an answer.
   virtual void ProgramLeft() = 0;
+
+  // The program has dealt with the "NetReceived" that was announced first of those it had not dealt with: the file is
+  // not needed any more. Without this a file counts as dealt with when the program confirms it or takes the next one.
+  virtual void ReceivedHandled() {}
 
   // Something is on its way, in or out.
   [[nodiscard]] virtual bool Busy() const = 0;

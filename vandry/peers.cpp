@@ -61,6 +61,8 @@ ConnectedPeers::~ConnectedPeers() {
   for (const auto& connection : connections_) connection->Abandon();
 }
 
+void ConnectedPeers::ReceivedHandled() { receiving_->Handled(); }
+
 bool ConnectedPeers::Busy() const {
   return !questions_.empty() || !waiters_.empty() || sending_->Busy() || receiving_->Busy();
 }

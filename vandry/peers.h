@@ -32,6 +32,7 @@ class ConnectedPeers final : public Peers, private PeerConnection::Owner {
   void ReceiveFile(const std::string& path, Done done) override;
   void ProgramCame() override;
   void ProgramLeft() override;
+  void ReceivedHandled() override;
   [[nodiscard]] bool Busy() const override;
 
  private:

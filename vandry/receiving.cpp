@@ -345,6 +345,12 @@ void Receiving::ProgramLeft() {
   current_->path.clear();
 }
 
+void Receiving::Handled() {
+  if (delivered_.empty()) return;
+  inbox_.Forget(delivered_.front().key);
+  delivered_.erase(delivered_.begin());
+}
+
 void Receiving::Confirmed(const std::string& address) {
   for (const InboxNote& note : delivered_) {
     if (note.address == address) inbox_.Forget(note.key);

@@ -30,6 +30,8 @@ class Receiving {
   void Receive(const std::string& path, Peers::Done done);
   void ProgramCame();
   void ProgramLeft();
+  // The program has dealt with the file that was delivered first.
+  void Handled();
   // The program has told the computer at that address that it has imported its file.
   void Confirmed(const std::string& address);
 
