@@ -4,44 +4,43 @@
 
 #include <functional>
 #include <string>
-#include <vector>
 #include <wx/frame.h>
 #include <wx/timer.h>
 
+#include "net/log_list.h"
 #include "net/progress_panel.h"
 
-class wxListView;
-
 namespace zelkor::net {
-
-class LogList;
 
 class LogWindow : public wxFrame {
  public:
   // `cancel` is called when the user asks the run to stop.
-  LogWindow(wxWindow* parent, std::function<void()> cancel);
+  LogWindow(wxTopLevelWindow& parent, std::function<void()> cancel);
 
   // Shows the window under this caption without taking the keyboard from the window at hand. A window that was closed
   // in between starts with an empty list.
-  void Open(const wxString& caption);
+  void Open(const std::string& caption);
   // A new line, in the code page; selected, so that the list scrolls to it.
-  void Add(const std::string& line);
-  // Draws what was added since the last drawing.
+  void LogLine(const std::string& line);
+  // Draws the lines that are not drawn yet; they are at most a few hundredths of a second old.
   void Flush();
-  [[nodiscard]] const std::vector<std::string>& Lines() const;
-  [[nodiscard]] ProgressPanel& Progress() { return *progress_; }
 
-  // The clipboard's text of the selected lines.
-  [[nodiscard]] std::string SelectedText() const;
+  // The selected lines go to the clipboard.
   void Edit_Copy();
   void Edit_SelectAll();
 
+  [[nodiscard]] LogList& List() { return *list_; }
+  [[nodiscard]] ProgressPanel& Progress() { return *progress_; }
+
  private:
+  void ShowMenu();
   void Form_Unload(wxCloseEvent& event);
 
+  wxTopLevelWindow& parent_;
   LogList* list_ = nullptr;
   ProgressPanel* progress_ = nullptr;
-  wxTimer flush_;
+  wxTimer timer_;
+  double drawn_ = 0;
 };
 
 }  // namespace zelkor::net

@@ -62,6 +62,7 @@ class SyncCommands {
   bool Closing();
 
   [[nodiscard]] TargetEditing& Editing() { return editing_; }
+  [[nodiscard]] const TargetEditing& Editing() const { return editing_; }
 
  private:
   // Saves, and reads the selected target into the current record. False when there is none, when a run is in hand or

@@ -4,7 +4,7 @@
 
 namespace zelkor::lib {
 
-wxBitmapBundle Icon(std::string_view key) {
+wxBitmapBundle Picture(std::string_view key) {
   constexpr int kPixels = 24;
   for (const IconSource& source : kIconSources) {
     if (source.key == key) return wxBitmapBundle::FromSVG(source.svg, wxSize(kPixels, kPixels));

@@ -9,7 +9,7 @@ namespace zelkor::lib {
 
 // Sharp at any size and resolution; 24 logical pixels wide unless asked for otherwise. An unknown key gives an empty
 // bundle.
-[[nodiscard]] wxBitmapBundle Icon(std::string_view key);
+[[nodiscard]] wxBitmapBundle Picture(std::string_view key);
 // The picture of the program itself.
 inline constexpr std::string_view kProgramIcon = "Zelkor";
 

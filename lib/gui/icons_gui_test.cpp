@@ -24,16 +24,16 @@ class Icons : public tests::GuiTest {
 TEST_F(Icons, AreThereUnderTheKeysOfTheButtonsAndRows) {
   for (const char* key : {"Sync", "MemoNew", "MemoProperties", "MemoDelete", "Select", "SelectAll", "SyncImport",
                           "SyncExport", "SyncView", "TargetNew", "TargetDelete", "ItemAuto", "ItemOn", "ItemOff"}) {
-    EXPECT_TRUE(Icon(key).IsOk()) << key;
+    EXPECT_TRUE(Picture(key).IsOk()) << key;
   }
-  EXPECT_TRUE(Icon(kProgramIcon).IsOk());
-  EXPECT_FALSE(Icon("no such key").IsOk());
+  EXPECT_TRUE(Picture(kProgramIcon).IsOk());
+  EXPECT_FALSE(Picture("no such key").IsOk());
 }
 
 TEST_F(Icons, ShowSomethingInEverySize) {
   for (const char* key : {"Sync", "MemoNew", "Select", "TargetDelete", "ItemOff", "Zelkor"}) {
     for (const int size : {16, 24, 32, 64}) {
-      const wxBitmap bitmap = Icon(key).GetBitmap(wxSize(size, size));
+      const wxBitmap bitmap = Picture(key).GetBitmap(wxSize(size, size));
       EXPECT_EQ(bitmap.GetSize(), wxSize(size, size)) << key;
       EXPECT_GT(Drawn(bitmap), size * size / 10) << key << " " << size;
       EXPECT_LT(Drawn(bitmap), size * size) << key << " " << size;

@@ -40,4 +40,21 @@ void MoveOntoAScreen(wxWindow& window) {
   if (place != wanted) window.SetSize(place);
 }
 
+wxRect Beside(const wxRect& screen, wxRect window, const wxRect& other) {
+  const wxPoint right(other.x + other.width, other.y);
+  const wxPoint below(other.x, other.y + other.height);
+  const wxPoint left(other.x - window.width, other.y);
+  for (const wxPoint& place : {right, below, left}) {
+    window.SetPosition(place);
+    if (screen.Contains(window)) return window;
+  }
+  window.SetPosition(wxPoint(screen.x + screen.width - window.width, screen.y + screen.height - window.height));
+  return window;
+}
+
+void PlaceBeside(wxWindow& window, const wxTopLevelWindow& other) {
+  if (!other.IsShown() || other.IsIconized()) return;
+  window.SetSize(OntoAScreen(Beside(ScreenOf(other.GetRect()), window.GetRect(), other.GetRect())));
+}
+
 }  // namespace zelkor::lib

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <wx/gdicmn.h>
+#include <wx/toplevel.h>
 #include <wx/window.h>
 
 namespace zelkor::lib {
@@ -11,5 +12,11 @@ namespace zelkor::lib {
 [[nodiscard]] wxRect OntoAScreen(const wxRect& wanted);
 // Moves a window so, in its present size; to be called when it is shown.
 void MoveOntoAScreen(wxWindow& window);
+
+// A place for `window` right of `other`, else below it, else left of it, wherever `screen` has room for all of it;
+// otherwise in the screen's lower right corner, where it covers the least.
+[[nodiscard]] wxRect Beside(const wxRect& screen, wxRect window, const wxRect& other);
+// Puts a window so beside another one; leaves its place to the window system when that one is not to be seen.
+void PlaceBeside(wxWindow& window, const wxTopLevelWindow& other);
 
 }  // namespace zelkor::lib

@@ -37,5 +37,28 @@ TEST_F(Placement, MovesTheWindowItself) {
   EXPECT_EQ(frame->GetSize(), wxSize(300, 200));
 }
 
+TEST_F(Placement, PutsAWindowBesideAnotherWhereThereIsRoom) {
+  const wxRect screen(0, 0, 1000, 800);
+  const wxRect window(0, 0, 300, 200);
+  EXPECT_EQ(Beside(screen, window, {100, 50, 400, 300}), wxRect(500, 50, 300, 200));    // right
+  EXPECT_EQ(Beside(screen, window, {500, 50, 400, 300}), wxRect(500, 350, 300, 200));   // below
+  EXPECT_EQ(Beside(screen, window, {500, 450, 400, 300}), wxRect(200, 450, 300, 200));  // left
+}
+
+TEST_F(Placement, CoversAsLittleAsItCanOfAWindowThatFillsTheScreen) {
+  EXPECT_EQ(Beside({0, 0, 1000, 800}, {0, 0, 300, 200}, {0, 0, 1000, 800}), wxRect(700, 600, 300, 200));
+}
+
+TEST_F(Placement, PutsTheWindowItselfBesideAnother) {
+  auto* other = new wxFrame(nullptr, wxID_ANY, "other", wxPoint(0, 0), wxSize(300, 200));
+  auto* frame = new wxFrame(nullptr, wxID_ANY, "frame", wxPoint(0, 0), wxSize(200, 100));
+  const wxPoint before = frame->GetPosition();
+  PlaceBeside(*frame, *other);  // the other one is not shown
+  EXPECT_EQ(frame->GetPosition(), before);
+  ShowActive(*other);
+  PlaceBeside(*frame, *other);
+  EXPECT_EQ(frame->GetPosition().x, other->GetRect().x + other->GetRect().width);
+}
+
 }  // namespace
 }  // namespace zelkor::lib
