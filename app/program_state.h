@@ -10,6 +10,7 @@
 #include "lib/list_rows.h"
 #include "lib/user.h"
 #include "net/link.h"
+#include "net/messages.h"
 #include "net/targets.h"
 #include "sync/context.h"
 #include "sync/sync_log.h"
@@ -45,6 +46,7 @@ struct ProgramState {
   sync::SyncLog log;
   net::Link link;
   sync::Context synchronisation;
+  net::Messages messages{synchronisation};  // what windows do around them is set once there are windows
   QuickSearchState quickSearch;
   bool trayFlag = false;  // the program sits in the system tray
 };

@@ -1,6 +1,7 @@
 #include "app/startup.h"
 
 #include <algorithm>
+#include <chrono>
 #include <optional>
 
 #include "app/identity.h"
@@ -15,6 +16,9 @@
 namespace zelkor::app {
 
 namespace {
+
+// Seconds for which nothing may move on the network in an unattended run.
+constexpr int kNetTimeout = 120;
 
 constexpr const char* kNoTray = "No system tray answered: Zelkor stays in the taskbar";
 
@@ -56,6 +60,18 @@ std::optional<int> OpenData(ProgramState& state) {
   return std::nullopt;
 }
 
+// One run and its end. A Vandry that it had to start ends with it, once it has delivered everything.
+int Synchronize(ProgramState& state, const std::string& word, const std::string& startDirectory) {
+  state.link.LimitWaits(std::chrono::seconds(std::max(1, lib::GetIniNumber("Zelkor", "NetTimeout", kNetTimeout))));
+  // Also behind a damaged sync file, which ends the program by an exception.
+  struct AtEnd {
+    net::Link& link;
+    ~AtEnd() { link.Exit(); }
+  };
+  const AtEnd atEnd{state.link};
+  return sync::Synchronize(state.synchronisation, word, startDirectory, &state.messages);
+}
+
 // The words in order; file names go to `files`, each followed by CR LF. An exit status when a word ended the program.
 std::optional<int> RunCommandLine(ProgramState& state, const std::vector<Word>& words,
                                   const std::string& startDirectory, std::string& files) {
@@ -63,7 +79,7 @@ std::optional<int> RunCommandLine(ProgramState& state, const std::vector<Word>& 
   for (const Word& word : words) {
     switch (word.kind) {
       case WordKind::Synchronize:
-        return sync::Synchronize(state.synchronisation, word.text, startDirectory);
+        return Synchronize(state, word.text, startDirectory);
       case WordKind::Select:
         filters.standardSelection = filters.activeSelection = CodesOf(word.argument);
         state.catalogue.ApplySelectFilter();

@@ -80,8 +80,7 @@ LinkMeans RealLinkMeans(const std::string& programDir, lib::User& user) {
 }
 
 lib::Status Link::Connect() {
-  lib::Result<std::unique_ptr<lib::ChannelClient>> channel =
-      means_.connect(broken_ ? kShortPatience : lib::kChannelPatience);
+  lib::Result<std::unique_ptr<lib::ChannelClient>> channel = means_.connect(broken_ ? kShortPatience : means_.patience);
   if (!channel.Ok()) return channel.Failure();
   channel_ = std::move(*channel);
   broken_ = false;
@@ -103,7 +102,7 @@ std::int16_t Link::StartLink() {
     }
     means_.waitASecond();
     // At its very first start it has more to do than fits into the second.
-    const Clock::time_point end = Clock::now() + lib::kChannelPatience;
+    const Clock::time_point end = Clock::now() + means_.patience;
     connected = Connect();
     while (connected.Why() == lib::Cause::NotFound && Clock::now() < end && !user_.Cancelled()) {
       lib::Wait(0.05F, user_);
@@ -151,7 +150,7 @@ bool Link::Execute(const std::string& command) {
   lastHeard_ = Clock::now();
   Listen(milliseconds(0));
   while (IsOpen() && !taken_) {
-    if (Clock::now() - lastHeard_ > lib::kChannelPatience) {
+    if (Clock::now() - lastHeard_ > means_.patience) {
       Drop("Error: Vandry does not answer");
       return false;
     }

@@ -24,6 +24,8 @@ struct LinkMeans {
   std::function<lib::Result<std::unique_ptr<lib::ChannelClient>>(std::chrono::milliseconds patience)> connect;
   std::function<int()> launch;  // starts Vandry; 0 for success
   std::function<void()> waitASecond;
+  // How long Vandry may take to answer or to take a command.
+  std::chrono::milliseconds patience = lib::kChannelPatience;
 };
 [[nodiscard]] LinkMeans RealLinkMeans(const std::string& programDir, lib::User& user);
 

@@ -1,8 +1,20 @@
 #include "sync/context.h"
 
+#include "lib/code_page.h"
 #include "lib/native_path.h"
+#include "lib/text.h"
 
 namespace zelkor::sync {
+
+std::string AddressOf(const net::TargetRec& target, const Place& place) {
+  const std::string word = lib::FromUtf8Lossy(place.word);
+  return word.empty() ? target.Text(net::TargetRec::kAddress) : std::string(lib::Trim(word));
+}
+
+void ClearStatus(Context& context) {
+  context.log.CloseLog();
+  context.user.SetStatus({}, false);
+}
 
 TemporarySyncFile::TemporarySyncFile() {
   const lib::Result<std::string> folder = lib::TemporaryDirectory();

@@ -23,11 +23,18 @@ struct Context {
   net::Link* link = nullptr;      // to Vandry; none: nothing goes over a network
 };
 
-// A place named on the command line instead of the target's stored one: a folder, on import also one sync file.
+// A place named on the command line instead of the target's stored one: a folder, on import also one sync file; an
+// address or a server.
 struct Place {
   std::string word;            // native bytes or X:\…, as typed; empty: the stored place
   std::string startDirectory;  // native; relative words count from here
 };
+
+// The network address or the name of the FTP server of a target, or the one that stands in for it.
+[[nodiscard]] std::string AddressOf(const net::TargetRec& target, const Place& place);
+
+// The end of an operation: its log is closed, its status text goes.
+void ClearStatus(Context& context);
 
 // Marks a run as in hand, and leaves the program-wide item and target records as the run found them.
 class RunGuard {

@@ -1,12 +1,13 @@
 #include "sync/export.h"
 
+#include <functional>
+#include <memory>
+
 #include "lib/clock.h"
 #include "lib/format.h"
-#include "lib/native_path.h"
-#include "lib/paths.h"
+#include "net/run_notes.h"
+#include "sync/delivery.h"
 #include "sync/export_items.h"
-#include "sync/folder.h"
-#include "sync/media.h"
 
 namespace zelkor::sync {
 
@@ -15,24 +16,25 @@ namespace {
 // The road of one export, from the look-up of the target to its new date.
 class Export {
  public:
-  Export(Context& context, std::string targetId, Place place)
-      : context_(context), targetId_(std::move(targetId)), place_(std::move(place)) {}
+  // Makes the way out once the target is known.
+  using MakeDelivery = std::function<std::unique_ptr<Delivery>(const net::TargetRec& target)>;
+  Export(Context& context, std::string targetId, MakeDelivery makeDelivery)
+      : context_(context), targetId_(std::move(targetId)), makeDelivery_(std::move(makeDelivery)) {}
 
   ExportResult Run();
 
  private:
-  // The folder of a file target and the name in it. False when there is none; it has been reported.
-  bool ChooseDestination();
   bool WriteSyncFile(TemporarySyncFile& file, ItemExporter& items);
-  bool Deliver(TemporarySyncFile& file);
+  // Stores the date of what was delivered, or notes it for the confirmation.
+  void StoreDate(ItemExporter& items);
   ExportResult Finish(ItemExporter& items);
   ExportResult Fail();
 
   Context& context_;
   const std::string targetId_;
-  const Place place_;
+  const MakeDelivery makeDelivery_;
   net::TargetRec target_;
-  std::string destination_;
+  std::unique_ptr<Delivery> delivery_;
   lib::Date started_ = lib::Now();
   double stopwatch_ = lib::Stopwatch();
 };
@@ -49,8 +51,8 @@ ExportResult Export::Run() {
     context_.log.LogLine("The last export date of [" + target_.Id() + "] is in the future: " +
                          lib::GeneralDate(lastExport) + ". Files changed before then stay behind.");
   }
-  if (!ChooseDestination()) return Fail();
-  context_.log.LogLine("Exporting to " + destination_);
+  delivery_ = makeDelivery_(target_);
+  if (!delivery_->ChooseDestination()) return Fail();
 
   TemporarySyncFile file;
   if (!file.Failure().Ok()) {
@@ -65,47 +67,8 @@ ExportResult Export::Run() {
   }
   if (!WriteSyncFile(file, items)) return Fail();
 
-  context_.user.SetStatus("Copying file...", true);
-  context_.log.LogLine("Copying file to media... " + destination_);
-  if (!Deliver(file)) return Fail();
+  if (!delivery_->Deliver(file)) return Fail();
   return Finish(items);
-}
-
-bool Export::Deliver(TemporarySyncFile& file) {
-  context_.user.PendingEvents();
-  // A whole file on the file system of its destination needs no copy, and fits on one disk for certain.
-  if (!context_.user.Cancelled() && file.MoveTo(destination_)) return true;
-  return WriteToMedia(file.Content(), destination_, context_.log, context_.user) == 0;
-}
-
-bool Export::ChooseDestination() {
-  const auto type = static_cast<net::ConnectionType>(target_.Number(net::TargetRec::kConnectionType));
-  if (type == net::ConnectionType::Ip || type == net::ConnectionType::Ftp) {
-    context_.log.Report("Target [" + target_.Id() +
-                        "] is not reached through a folder. This version delivers to folders and media only.");
-    return false;
-  }
-  std::string folder = target_.Text(net::TargetRec::kMediaPath);
-  if (!place_.word.empty()) {
-    const lib::Result<std::string> named = lib::FromCommandLine(place_.word, place_.startDirectory);
-    if (!named.Ok()) {
-      context_.log.Report(named.Failure().Message());
-      return false;
-    }
-    folder = *named;
-  }
-  const std::string baseName = NameOfTarget(target_.Id(), context_.computerId);
-  if (const lib::Status usable = lib::CheckName(baseName); !usable.Ok()) {
-    context_.log.Report("The computer ID [" + baseName + "] can not be a file's name: " + usable.Message());
-    return false;
-  }
-  if (!lib::DirectoryExists(folder)) {
-    const lib::Result<std::string> native = lib::ToNative(folder);
-    context_.log.Report(native.Ok() ? "Folder [" + folder + "] does not exist." : native.Failure().Message());
-    return false;
-  }
-  destination_ = FreeSyncFileName(folder, baseName, context_.targets.TargetIds());
-  return true;
 }
 
 bool Export::WriteSyncFile(TemporarySyncFile& file, ItemExporter& items) {
@@ -123,20 +86,36 @@ bool Export::WriteSyncFile(TemporarySyncFile& file, ItemExporter& items) {
   return written;
 }
 
-ExportResult Export::Finish(ItemExporter& items) {
-  items.LookAtFilteredItems();
+void Export::StoreDate(ItemExporter& items) {
+  const std::string confirmedFrom = delivery_->ConfirmedFrom();
+  net::RunNotes notes(context_.catalogue.Data().ProgramDir());
   if (items.Hold().Held()) {
     context_.log.LogLine(items.Hold().Line());
-  } else {
-    // A file that was written while the run was under way may have been read before its change.
-    lib::Date date = ExportDate(lib::Now());
-    const lib::Date startDate = ExportDate(started_);
-    if (lib::DateToSeconds(date) > lib::DateToSeconds(started_) && items.ChangedSinceStart()) date = startDate;
-    context_.targets.SetTargetDates(target_.Id(), 0, date);
+    if (!confirmedFrom.empty()) notes.Forget(target_.Id());
+    return;
   }
+  // A file that was written while the run was under way may have been read before its change.
+  lib::Date date = ExportDate(lib::Now());
+  const lib::Date startDate = ExportDate(started_);
+  if (lib::DateToSeconds(date) > lib::DateToSeconds(started_) && items.ChangedSinceStart()) date = startDate;
+  if (confirmedFrom.empty()) {
+    context_.targets.SetTargetDates(target_.Id(), 0, date);
+    return;
+  }
+  const lib::Date base = target_.Date(net::TargetRec::kLastExport);
+  const lib::Status noted = notes.Add(target_.Id(), base, date, confirmedFrom);
+  if (!noted.Ok()) context_.log.LogLine("Export date kept: it can not be noted. " + noted.Message());
+}
+
+ExportResult Export::Finish(ItemExporter& items) {
+  items.LookAtFilteredItems();
+  StoreDate(items);
   context_.log.LogLine("Export completed. (" + lib::FormatElapsed(lib::Stopwatch() - stopwatch_) + ")");
   context_.catalogue.DropExportStates();
-  return items.Hold().Error() ? ExportResult::DoneWithErrors : ExportResult::Done;
+  if (delivery_->ConfirmedFrom().empty()) {
+    return items.Hold().Error() ? ExportResult::DoneWithErrors : ExportResult::Done;
+  }
+  return items.Hold().Error() ? ExportResult::SentWithErrors : ExportResult::Sent;
 }
 
 ExportResult Export::Fail() {
@@ -144,14 +123,22 @@ ExportResult Export::Fail() {
   return ExportResult::Failed;
 }
 
+ExportResult Run(Context& context, const std::string& targetId, Export::MakeDelivery makeDelivery) {
+  const RunGuard guard(context);
+  const ExportResult result = Export(context, targetId, std::move(makeDelivery)).Run();
+  ClearStatus(context);
+  return result;
+}
+
 }  // namespace
 
 ExportResult ExportToTarget(Context& context, const std::string& targetId, const Place& place) {
-  const RunGuard guard(context);
-  const ExportResult result = Export(context, targetId, place).Run();
-  context.user.SetStatus({}, false);
-  context.log.CloseLog();
-  return result;
+  return Run(context, targetId, [&](const net::TargetRec& target) { return DeliveryTo(context, target, place); });
+}
+
+ExportResult ExportByNetwork(Context& context, const std::string& targetId, const std::string& address) {
+  return Run(context, targetId,
+             [&](const net::TargetRec& target) { return DeliveryByNetwork(context, target, address); });
 }
 
 }  // namespace zelkor::sync

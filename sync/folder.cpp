@@ -21,8 +21,6 @@ bool IsCounter(std::string_view digits) {
   return digits.size() >= 2 && std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
-bool NameTaken(std::string_view path) { return lib::FileExists(path) || lib::DirectoryExists(path); }
-
 }  // namespace
 
 std::string NameOfTarget(std::string_view targetId, std::string_view computerId) {
@@ -30,16 +28,42 @@ std::string NameOfTarget(std::string_view targetId, std::string_view computerId)
   return id == kTrialTarget ? lib::Lower(lib::Trim(computerId)) : id;
 }
 
+std::string FreeSyncFileName(std::string_view baseName, const std::vector<std::string>& knownIds,
+                             const std::function<bool(const std::string& name)>& taken) {
+  const std::string base(baseName);
+  const std::string end = "." + std::string(kSyncFileExtension);
+  if (!taken(base + end)) return base + end;
+  for (int counter = 1;; ++counter) {
+    const std::string numbered = base + lib::FormatTwoDigits(counter);
+    if (!Spells(numbered, knownIds) && !taken(numbered + end)) return numbered + end;
+  }
+}
+
 std::string FreeSyncFileName(std::string_view folder, std::string_view baseName,
                              const std::vector<std::string>& knownIds) {
-  const std::string beginning = lib::SlashPath(folder) + std::string(baseName);
-  const std::string end = "." + std::string(kSyncFileExtension);
-  if (!NameTaken(beginning + end)) return beginning + end;
-  for (int counter = 1;; ++counter) {
-    const std::string number = lib::FormatTwoDigits(counter);
-    if (Spells(std::string(baseName) + number, knownIds)) continue;
-    if (!NameTaken(beginning + number + end)) return beginning + number + end;
-  }
+  const std::string directory = lib::SlashPath(folder);
+  return directory + FreeSyncFileName(baseName, knownIds, [&](const std::string& name) {
+           return lib::FileExists(directory + name) || lib::DirectoryExists(directory + name);
+         });
+}
+
+bool IsSyncFileNameFor(std::string_view name, std::string_view receiver, const std::vector<std::string>& knownIds) {
+  const std::string base = lib::FileBaseName(name);
+  if (!lib::EqualNoCase(lib::FileExtension(name), kSyncFileExtension)) return false;
+  if (!lib::BeginsWithNoCase(base, receiver) || !IsCounter(std::string_view(base).substr(receiver.size())))
+    return false;
+  return base.size() == receiver.size() || !Spells(base, knownIds);
+}
+
+void SortOldestFirst(std::vector<WaitingFile>& files) {
+  std::stable_sort(files.begin(), files.end(), [](const WaitingFile& a, const WaitingFile& b) {
+    const auto created = [](const WaitingFile& file) {
+      return lib::DateToSeconds(file.header.Date(SyncFileHeader::kCreated));
+    };
+    if (created(a) != created(b)) return created(a) < created(b);
+    if (a.path.size() != b.path.size()) return a.path.size() < b.path.size();
+    return a.path < b.path;
+  });
 }
 
 lib::Result<std::vector<WaitingFile>> FindWaitingFiles(std::string_view folder, std::string_view receiver,
@@ -52,10 +76,7 @@ lib::Result<std::vector<WaitingFile>> FindWaitingFiles(std::string_view folder, 
   std::vector<WaitingFile> waiting;
   for (const lib::DirectoryEntry& entry : *entries) {
     if (entry.directory || !entry.refused.Ok()) continue;
-    const std::string base = lib::FileBaseName(entry.name);
-    if (!lib::EqualNoCase(lib::FileExtension(entry.name), kSyncFileExtension)) continue;
-    if (!lib::BeginsWithNoCase(base, receiver) || !IsCounter(std::string_view(base).substr(receiver.size()))) continue;
-    if (base.size() > receiver.size() && Spells(base, knownIds)) continue;
+    if (!IsSyncFileNameFor(entry.name, receiver, knownIds)) continue;
     WaitingFile file{.path = lib::SlashPath(folder) + entry.name, .header = {}};
     const lib::Result<lib::File> opened = lib::File::Open(file.path, lib::OpenMode::Read);
     const lib::Result<std::size_t> got =
@@ -70,15 +91,7 @@ lib::Result<std::vector<WaitingFile>> FindWaitingFiles(std::string_view folder, 
     }
     if (file.header.Sender() == sender) waiting.push_back(std::move(file));
   }
-  // Names that were given in one second keep the order of their numbers.
-  std::stable_sort(waiting.begin(), waiting.end(), [](const WaitingFile& a, const WaitingFile& b) {
-    const auto created = [](const WaitingFile& file) {
-      return lib::DateToSeconds(file.header.Date(SyncFileHeader::kCreated));
-    };
-    if (created(a) != created(b)) return created(a) < created(b);
-    if (a.path.size() != b.path.size()) return a.path.size() < b.path.size();
-    return a.path < b.path;
-  });
+  SortOldestFirst(waiting);
   return waiting;
 }
 

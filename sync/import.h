@@ -20,11 +20,14 @@ enum class ImportResult {
   TransferFailed = 3,  // the carrier failed
   Declined = 4,        // the user said no to the whole
   Failed = 5,          // something could not be taken, or the run was cancelled
+  Requested = 6,       // the target was asked for its file, whose arrival starts the import
 };
 
 struct ImportRequest {
   std::string targetId;
-  Place place;              // a folder or one sync file instead of the target's stored folder
+  Place place;              // a folder, address or server instead of the target's stored one, or one sync file
+  std::string file{};       // one sync file, in the program's form; what is named is imported, never fetched
+  bool received = false;    // the file came over the network: a message named it, not a person
   bool askProceed = false;  // ask "Proceed?" first
   ImportMode mode = ImportMode::Import;
 };

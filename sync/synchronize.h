@@ -29,7 +29,9 @@ class NetworkWait {
 
 // `word` is the whole word: switch, target ID and place, kept apart by ":" (/syncexp:lap:"z:\mnt\stick"), in native
 // bytes. An empty quoted place stands for the target's stored one. The switch is compared exactly: in capitals it does
-// nothing, on purpose. Returns the exit status.
-int Synchronize(Context& context, std::string_view word, const std::string& startDirectory);
+// nothing, on purpose. Returns the exit status. Without `network` a run that needs the other computer's answer has
+// failed.
+int Synchronize(Context& context, std::string_view word, const std::string& startDirectory,
+                NetworkWait* network = nullptr);
 
 }  // namespace zelkor::sync
