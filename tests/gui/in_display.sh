@@ -50,4 +50,6 @@ done
 export GDK_BACKEND=x11 NO_AT_BRIDGE=1 GSETTINGS_BACKEND=memory GTK_THEME="${ZELKOR_THEME:-Adwaita}"
 export GTK_OVERLAY_SCROLLING=0 GTK_IM_MODULE=gtk-im-context-simple DBUS_SESSION_BUS_ADDRESS=disabled:
 unset WAYLAND_DISPLAY
+LSAN_OPTIONS="suppressions=$(dirname "$(readlink -f "$0")")/leaks.supp:print_suppressions=0"
+export LSAN_OPTIONS
 "$@"
