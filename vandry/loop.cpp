@@ -6,6 +6,13 @@
 
 namespace zelkor::vandry {
 
+namespace {
+
+// What RunUntil waits for may come about without a callback of the loop's.
+constexpr Loop::Milliseconds kLookStep{10};
+
+}  // namespace
+
 Loop::Watch& Loop::Watch::operator=(Watch&& other) noexcept {
   if (this != &other) {
     End();
@@ -67,8 +74,9 @@ void Loop::Run() {
 bool Loop::RunUntil(const std::function<bool()>& done, Milliseconds limit) {
   const Clock::time_point end = Clock::now() + limit;
   while (!done()) {
-    if (Clock::now() >= end) return false;
-    Turn(end);
+    const Clock::time_point now = Clock::now();
+    if (now >= end) return false;
+    Turn(std::min(end, now + kLookStep));
   }
   return true;
 }

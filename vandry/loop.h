@@ -87,7 +87,7 @@ class Loop {
   void Run();
   // Ends Run after the callback in hand. A call before Run ends it at once.
   void Stop() { stopped_ = true; }
-  // Turns until `done` says true; false when `limit` passed before.
+  // Turns until `done` says true, which is asked often; false when `limit` passed before.
   bool RunUntil(const std::function<bool()>& done, Milliseconds limit);
 
  private:
