@@ -12,7 +12,7 @@ SOURCES = $(shell git ls-files '*.cpp' '*.h' '*.c')
 help:
 	@echo "make run           the program: for now the demo, two computers kept in step"
 	@echo "make test          all tests, optimised and under the sanitizers"
-	@echo "make build         the program as build/zelkor"
+	@echo "make build         the program as build/zelkor, and build/vandry, which goes to other computers"
 	@echo "make demo          two computers on this machine; KEEP=1 leaves their folders"
 	@echo "make bench         speed beside tar, cp, rsync and unison; writes docs/performance.md"
 	@echo "                   (MEDIUM=FOLDER: on that file system, not in memory)"
@@ -30,12 +30,14 @@ run:
 build:
 	@cmake/deps.sh build
 	@cmake --preset release >/dev/null
-	@cmake --build --preset release -j $(JOBS) --target zelkor
+	@cmake --build --preset release -j $(JOBS) --target zelkor vandry
 	@ln -f build/release/app/zelkor build/zelkor
-	@echo "build/zelkor is ready."
+	@ln -f build/release/vandry/vandry build/vandry
+	@echo "build/zelkor and build/vandry are ready."
 
 test:
 	@cmake/deps.sh test
+	@cmake/ftp_servers.sh
 	@cmake/test.sh $(JOBS)
 
 demo: build

@@ -4,7 +4,7 @@
 set -eu
 
 # What every build needs, and what the tests of windows need beside it.
-build="cmake ninja-build g++ ccache libgtest-dev libgmock-dev libwxgtk3.2-dev"
+build="cmake ninja-build g++ ccache libgtest-dev libgmock-dev libwxgtk3.2-dev libcurl4-openssl-dev libssl-dev"
 display="xvfb fluxbox x11-utils libgtk-3-dev pkg-config adwaita-icon-theme fonts-dejavu-core"
 
 packages=""
@@ -13,7 +13,7 @@ for job in "$@"; do
     build | demo) packages="$packages $build" ;;
     test | bench)
       # tar, cp and sync are essential packages; mount and mkfs.ext4 are used only when root runs the benchmarks.
-      packages="$packages $build gcc python3 rsync unison $display"
+      packages="$packages $build gcc python3 rsync unison openssl iproute2 $display"
       [ "$job" = test ] || packages="$packages e2fsprogs mount"
       ;;
     tidy) packages="$packages $build $display clang-tidy python3" ;;
