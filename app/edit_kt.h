@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <wx/frame.h>
 #include <wx/textctrl.h>
@@ -15,17 +16,19 @@ namespace zelkor::app {
 
 class EditKt : public wxFrame {
  public:
-  // `saved` is told after each save that succeeded. `place` is where the window stands unless the settings say
-  // otherwise.
-  EditKt(wxWindow* parent, lib::User& user, const std::string& fileName, const FormPosition& place,
+  // `saved` is told after each save that succeeded.
+  EditKt(wxWindow* parent, lib::User& user, const std::string& fileName,
          std::function<void(const std::string& fileName)> saved);
+  // Puts the window where the settings say, and by `design` what they do not say.
+  void Form_Load(const FormPosition& design);
 
   [[nodiscard]] const std::string& FileName() const { return text_.FileName(); }
   // Reads the file again unless the text was changed here.
   void Reload();
 
  private:
-  void Form_Load(const FormPosition& place);
+  // The window's caption, and a text that was just read.
+  void ShowText(const std::optional<std::string>& utf8);
   void Form_Activate();
   void Form_Unload(wxCloseEvent& event);
   void File_Save();

@@ -1,10 +1,11 @@
 // The list dialog and the editor windows, as the procedures reach them.
 #pragma once
 
+#include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
-#include <wx/gdicmn.h>
 #include <wx/weakref.h>
 #include <wx/window.h>
 
@@ -21,10 +22,8 @@ class WindowDesktop : public lib::Desktop {
 
   // The main window, once it is there.
   void SetParent(wxWindow* parent) { parent_ = parent; }
-  // Where the list dialog and a new editor stand (the start places them beside the main window). Unset: as the window
-  // system likes.
-  void PlaceList(const FormPosition& place) { listPlace_ = place; }
-  void PlaceEditor(const FormPosition& place) { editorPlace_ = place; }
+  // Puts the list dialog and new editors beside the main window, which stands there; in twips.
+  void PlaceBeside(const FormPosition& main, std::int32_t editorHeight);
   // Told after each save in an editor that succeeded, with the file's path.
   void OnSaved(std::function<void(const std::string& fileName)> saved) { saved_ = std::move(saved); }
 
@@ -35,10 +34,12 @@ class WindowDesktop : public lib::Desktop {
   bool CloseEditors();
 
  private:
+  [[nodiscard]] wxWindow* Owner() const;
+
   lib::User& user_;
   wxWindow* parent_ = nullptr;
-  FormPosition listPlace_;
-  FormPosition editorPlace_;
+  std::optional<FormPosition> main_;
+  std::int32_t editorHeight_ = 0;
   std::function<void(const std::string&)> saved_;
   std::vector<wxWeakRef<EditKt>> editors_;
 };

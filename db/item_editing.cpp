@@ -166,7 +166,7 @@ void ItemEditing::ApplyItem() {
   const TypedSelection typed = TakeTyped(edited.fileNameUtf8);
   // Before the messages: while one is shown nobody else is to apply the same once more.
   form_->EnableApply(false);
-  if (!typed.leftOut.empty()) TellRefused(typed.leftOut);
+  if (!typed.refused.empty()) TellRefused(typed.refused);
   if (typed.selection.size() > FileRec::kFileName.width) {
     user_.Message("Filename string is too long!", lib::Icon::Critical);
   }

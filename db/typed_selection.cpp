@@ -57,10 +57,7 @@ TypedSelection TakeTyped(std::string_view utf8) {
       AddLine(taken.utf8, typed);
       const bool told = path.starts_with('/');
       line = lib::FromUtf8(typed);
-      if (!line) {
-        if (!told) taken.refused.push_back(OutsideCodePage(path));
-        taken.leftOut.push_back(taken.refused.back());
-      }
+      if (!line && !told) taken.refused.push_back(OutsideCodePage(path));
     }
     if (line) AddLine(taken.selection, *line);
   }

@@ -13,9 +13,8 @@ struct TypedSelection {
   std::string selection;  // in the code page, lines ended by CR LF, as a record stores it
   std::string utf8;       // the same lines for the text box, those that the selection had to leave out among them
   // What could not be taken as a path of the program's form, and why. Such a line stays in the selection as typed,
-  // and names nothing, unless it has characters that the code page lacks.
+  // and names nothing; one with characters that the code page lacks is not in the selection.
   std::vector<lib::Status> refused;
-  std::vector<lib::Status> leftOut;  // those of them that are not in the selection
 };
 
 // `utf8`: lines with any line ends. A native path, absolute and with or without wildcards in its last component,
