@@ -7,6 +7,9 @@
 
 namespace zelkor::app {
 
+// What the status line says, once, when the tray icon can not be seen.
+inline constexpr const char* kNoTray = "No system tray answered: Zelkor stays in the taskbar";
+
 class MainView {
  public:
   MainView() = default;

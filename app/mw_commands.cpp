@@ -3,6 +3,7 @@
 #include <optional>
 #include <vector>
 
+#include "app/file_types.h"
 #include "app/identity.h"
 #include "lib/code_page.h"
 #include "lib/files.h"
@@ -50,6 +51,10 @@ std::string SelectionText(db::Catalogue& catalogue) {
 }
 
 std::string HelpFile(std::string_view programDir) { return lib::SlashPath(programDir) + "zelkor.hlp"; }
+
+void MwCommands::File_Extensions(int index) {
+  app::File_Extensions(static_cast<FileTypes>(index), state_.database, desktop_);
+}
 
 void MwCommands::File_UserID() { app::File_UserID(state_.user, state_.computerId); }
 

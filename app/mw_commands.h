@@ -28,6 +28,8 @@ class MwCommands {
   MwCommands(ProgramState& state, db::ItemEditing& editing, lib::Desktop& desktop)
       : state_(state), editing_(editing), desktop_(desktop) {}
 
+  // Lets the user edit a list of file types: 1 those opened in the editor, 2 those opened by the system's programs.
+  void File_Extensions(int index);
   void File_UserID();
   // Opens the remapping file in the editor; Saved() loads the table again.
   void File_ReMap();

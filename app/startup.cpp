@@ -20,8 +20,6 @@ namespace {
 // Seconds for which nothing may move on the network in an unattended run.
 constexpr int kNetTimeout = 120;
 
-constexpr const char* kNoTray = "No system tray answered: Zelkor stays in the taskbar";
-
 // Program-wide initialisation. An exit status when the program can not go on.
 std::optional<int> InitProgram(ProgramState& state) {
   const std::string codePage = lib::GetIniString("Zelkor", "CodePage", "");

@@ -4,10 +4,9 @@
 
 namespace zelkor::lib {
 
-wxBitmapBundle Picture(std::string_view key) {
-  constexpr int kPixels = 24;
+wxBitmapBundle Picture(std::string_view key, int pixels) {
   for (const IconSource& source : kIconSources) {
-    if (source.key == key) return wxBitmapBundle::FromSVG(source.svg, wxSize(kPixels, kPixels));
+    if (source.key == key) return wxBitmapBundle::FromSVG(source.svg, wxSize(pixels, pixels));
   }
   return {};
 }

@@ -7,9 +7,10 @@
 
 namespace zelkor::lib {
 
-// Sharp at any size and resolution; 24 logical pixels wide unless asked for otherwise. An unknown key gives an empty
-// bundle.
-[[nodiscard]] wxBitmapBundle Picture(std::string_view key);
+inline constexpr int kToolbarPixels = 24;
+
+// A picture of that many logical pixels, sharp at every resolution. An unknown key gives an empty bundle.
+[[nodiscard]] wxBitmapBundle Picture(std::string_view key, int pixels = kToolbarPixels);
 // The picture of the program itself.
 inline constexpr std::string_view kProgramIcon = "Zelkor";
 

@@ -33,7 +33,7 @@ TEST_F(Icons, AreThereUnderTheKeysOfTheButtonsAndRows) {
 TEST_F(Icons, ShowSomethingInEverySize) {
   for (const char* key : {"Sync", "MemoNew", "Select", "TargetDelete", "ItemOff", "Zelkor"}) {
     for (const int size : {16, 24, 32, 64}) {
-      const wxBitmap bitmap = Picture(key).GetBitmap(wxSize(size, size));
+      const wxBitmap bitmap = Picture(key, size).GetBitmap(wxDefaultSize);
       EXPECT_EQ(bitmap.GetSize(), wxSize(size, size)) << key;
       EXPECT_GT(Drawn(bitmap), size * size / 10) << key << " " << size;
       EXPECT_LT(Drawn(bitmap), size * size) << key << " " << size;

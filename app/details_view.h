@@ -1,0 +1,29 @@
+// The rows in the detailed view: the toolkit's list control, which asks for the rows that are in view.
+#pragma once
+
+#include <wx/listctrl.h>
+
+#include "app/item_view.h"
+
+namespace zelkor::app {
+
+class DetailsView : public wxListCtrl, public ItemView {
+ public:
+  DetailsView(wxWindow* parent, const MwRows& rows, ItemViewEvents events);
+
+  [[nodiscard]] wxWindow& Window() override { return *this; }
+  void ShowRows() override;
+
+ private:
+  [[nodiscard]] wxString OnGetItemText(long item, long column) const override;
+  [[nodiscard]] int OnGetItemImage(long item) const override;
+  void MakeColumns();
+  void OnDeselected();
+
+  const MwRows& rows_;
+  ItemViewEvents events_;
+  int shownSelected_ = 0;
+  bool showing_ = false;  // what the control tells now is our own doing
+};
+
+}  // namespace zelkor::app
