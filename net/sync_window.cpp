@@ -178,12 +178,19 @@ void Sync::List_KeyDown(wxKeyEvent& event) {
 }
 
 void Sync::Form_KeyDown(wxKeyEvent& event) {
-  if (event.GetKeyCode() != WXK_ESCAPE || event.HasAnyModifiers()) {
-    event.Skip();
-  } else if (running_) {
+  const bool escape = event.GetKeyCode() == WXK_ESCAPE && !event.HasAnyModifiers();
+  if (escape && running_) {
     CancelRun();
-  } else {
+  } else if (escape) {
     commands_.Sync_Close();
+  } else if (event.GetKeyCode() == 'N' && event.GetModifiers() == wxMOD_CONTROL) {
+    // A list may take this key for a way to the next entry before the menu sees it.
+    if (CanRun(Target_New)) commands_.Target_New();
+  } else if (event.GetKeyCode() == 'G' && event.GetModifiers() == wxMOD_ALT) {
+    // The access key of its caption would reach only the list's frame.
+    list_->SetFocus();
+  } else {
+    event.Skip();
   }
 }
 

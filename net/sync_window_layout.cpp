@@ -153,7 +153,7 @@ void Sync::MakeControls() {
   panel_->SetMinSize(all->GetMinSize());
   auto* frame = new wxBoxSizer(wxVERTICAL);
   frame->Add(panel_, wxSizerFlags(1).Expand());
-  SetSizer(frame);
+  SetSizerAndFit(frame);
 }
 
 }  // namespace zelkor::net

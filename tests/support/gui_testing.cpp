@@ -190,6 +190,13 @@ void GuiTest::DoubleClick(const wxPoint& place) {
   Settle();
 }
 
+void GuiTest::ClickTool(const wxTopLevelWindow& window, const std::string& caption) {
+  for (const native::Button& button : native::ToolButtons(window.GetHandle())) {
+    if (button.caption == caption) return Click(button.centre);
+  }
+  ADD_FAILURE() << "no toolbar button \"" << caption << "\"";
+}
+
 void GuiTest::Drag(const wxPoint& from, const wxPoint& to) {
   wxUIActionSimulator mouse;
   mouse.MouseMove(from);

@@ -64,6 +64,8 @@ class GuiTest : public Sandbox {
   // At a place of the screen.
   static void Click(const wxPoint& place, int button = wxMOUSE_BTN_LEFT);
   static void DoubleClick(const wxPoint& place);
+  // The toolbar button of this caption; a missing one fails the test.
+  static void ClickTool(const wxTopLevelWindow& window, const std::string& caption);
   // From one place to another with the left button held.
   static void Drag(const wxPoint& from, const wxPoint& to);
 

@@ -44,6 +44,15 @@ std::vector<GtkWidget*> ButtonWidgets(void* window) {
   return widgets;
 }
 
+void CollectToolButtons(GtkWidget* widget, void* out) {
+  if (GTK_IS_TOOL_BUTTON(widget) != 0) {
+    const char* label = gtk_tool_button_get_label(GTK_TOOL_BUTTON(widget));
+    static_cast<std::vector<Button>*>(out)->push_back({.caption = WithoutAccessKey(label), .centre = Centre(widget)});
+  } else if (GTK_IS_CONTAINER(widget) != 0) {
+    gtk_container_forall(GTK_CONTAINER(widget), CollectToolButtons, out);
+  }
+}
+
 }  // namespace
 
 Watched& WatchedState(void* window) {
@@ -130,6 +139,12 @@ std::string DefaultButton(void* window) {
   GtkWidget* widget = gtk_window_get_default_widget(GTK_WINDOW(window));
   if (widget == nullptr || GTK_IS_BUTTON(widget) == 0) return {};
   return WithoutAccessKey(gtk_button_get_label(GTK_BUTTON(widget)));
+}
+
+std::vector<Button> ToolButtons(void* window) {
+  std::vector<Button> buttons;
+  CollectToolButtons(GTK_WIDGET(window), &buttons);
+  return buttons;
 }
 
 void ServerRoundTrip() { gdk_display_sync(gdk_display_get_default()); }

@@ -49,6 +49,9 @@ void Close(void* window);
 [[nodiscard]] std::vector<Button> Buttons(void* window);
 [[nodiscard]] std::string DefaultButton(void* window);
 
+// The buttons of the toolbars in a window, by their captions.
+[[nodiscard]] std::vector<Button> ToolButtons(void* window);
+
 // Returns when the display has dealt with everything sent to it.
 void ServerRoundTrip();
 

@@ -1,0 +1,655 @@
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+#include <wx/button.h>
+#include <wx/checkbox.h>
+#include <wx/choice.h>
+#include <wx/gauge.h>
+#include <wx/listbox.h>
+#include <wx/menu.h>
+#include <wx/stattext.h>
+#include <wx/textctrl.h>
+#include <wx/toolbar.h>
+
+#include "app/window_user.h"
+#include "db/memory_rows.h"
+#include "lib/gui/text.h"
+#include "lib/settings.h"
+#include "net/sync_window.h"
+#include "tests/support/gui_testing.h"
+#include "tests/support/scripted_desktop.h"
+
+namespace zelkor::net {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::StartsWith;
+using tests::ShownModal;
+
+constexpr const char* kNamePrompt = "Enter name of new target, 1 to 6 characters, no spaces:";
+
+// The synchronisation window of the computer "office" with the targets "laptop" (a folder) and "tower" (FTP).
+class SyncWindow : public tests::GuiTest {
+ protected:
+  SyncWindow() {
+    EXPECT_EQ(database_.OpenDatabase(), db::Database::Opened::Yes);
+    catalogue_.FillItemList(db::kLiveItems);
+    fs::create_directory(Stick());
+    targets_.NewTarget("laptop");
+    Change("laptop", [this](TargetRec& rec) { rec.SetText(TargetRec::kMediaPath, OnDriveZ(Stick())); });
+    targets_.NewTarget("tower");
+    Change("tower", [](TargetRec& rec) {
+      rec.SetNumber(TargetRec::kConnectionType, 2);
+      rec.SetText(TargetRec::kAddress, "ftp.example.com");
+      rec.SetText(TargetRec::kUserName, "anna");
+      rec.SetText(TargetRec::kPassword, "secret");
+      rec.SetText(TargetRec::kDirectory, "/sync");
+      rec.SetNumber(TargetRec::kDefaultExclude, 1);
+    });
+  }
+  ~SyncWindow() override {
+    EXPECT_EQ(StillExpected(), 0U) << "modal windows that never came";
+    catalogue_.Occupied().OnChange({});
+    delete window_;
+  }
+
+  // As the main window opens it.
+  void Open() {
+    window_ = new Sync(nullptr, context_, desktop_, Hooks());
+    user_.ShowRunsIn([this]() -> lib::RunView& { return *window_; });
+    catalogue_.Occupied().OnChange([this] { window_->OccupationChanged(); });
+    window_->FillTargetList();
+    window_->ShowWindow();
+    ShowActive(*window_);
+  }
+
+  [[nodiscard]] fs::path Stick() const { return Root() / "stick"; }
+  [[nodiscard]] fs::path History() const { return ProgramFolder() / "ZELKOR history.log"; }
+  void Change(const std::string& id, const std::function<void(TargetRec&)>& change) {
+    const int slot = targets_.FindTarget(id, false);
+    ASSERT_NE(slot, 0);
+    change(targets_.Current());
+    targets_.WriteTarget(slot, targets_.Current());
+  }
+  TargetRec Target(const std::string& id) {
+    EXPECT_NE(targets_.FindTarget(id, false), 0) << id;
+    return targets_.Current();
+  }
+  void AddItem(const std::string& description, const std::string& selection) {
+    const std::int32_t recno = *catalogue_.AddItem(description, selection);
+    database_.Item().SetNumber(db::FileRec::kSyncMethod, static_cast<std::int32_t>(db::SyncMethod::On));
+    database_.WriteItem(recno);
+  }
+
+  template <class Control>
+  Control& Named(const char* name) const {
+    auto* found = wxDynamicCast(wxWindow::FindWindowByName(name, window_), Control);
+    if (found == nullptr) throw std::runtime_error(std::string("no control ") + name);
+    return *found;
+  }
+  [[nodiscard]] wxListBox& List() const { return Named<wxListBox>("Targets"); }
+  [[nodiscard]] wxChoice& Connections() const { return Named<wxChoice>("Connection"); }
+  [[nodiscard]] wxTextCtrl& Box(const char* caption) const { return Named<wxTextCtrl>(caption); }
+  [[nodiscard]] wxCheckBox& DefaultExclude() const { return Named<wxCheckBox>("DefaultExclude"); }
+  [[nodiscard]] std::string Status() const { return lib::FromWx(Named<wxStaticText>("Status").GetLabelText()); }
+  [[nodiscard]] std::vector<std::string> Entries() const {
+    std::vector<std::string> entries;
+    for (const wxString& text : List().GetStrings()) entries.push_back(lib::FromWx(text));
+    return entries;
+  }
+  // Captions and values of the visible rows.
+  [[nodiscard]] std::vector<std::string> Rows() const {
+    std::vector<std::string> rows;
+    for (const char* caption : {"Media", "IP address", "Server", "Username", "Password", "Directory"}) {
+      const auto* box = wxDynamicCast(wxWindow::FindWindowByName(caption, window_), wxTextCtrl);
+      if (box == nullptr || !box->IsShownOnScreen()) continue;
+      EXPECT_TRUE(Child(*window_, caption)->IsShownOnScreen()) << caption;
+      rows.push_back(caption + ("=" + lib::FromWx(box->GetValue())));
+    }
+    return rows;
+  }
+  [[nodiscard]] bool CanSave() const { return Enabled(Sync::Target_Save); }
+  [[nodiscard]] bool Enabled(Sync::Command command) const { return window_->GetMenuBar()->IsEnabled(command); }
+  [[nodiscard]] bool ToolEnabled(Sync::Command command) const { return window_->GetToolBar()->GetToolEnabled(command); }
+
+  // Access keys, one menu after another.
+  static void Menu(const std::string& keys) {
+    Press(keys[0], wxMOD_ALT);
+    for (const char key : keys.substr(1)) Press(key);
+  }
+  // Selects a target with the keyboard.
+  void Select(int index) {
+    List().SetFocus();
+    Press(index == 0 ? WXK_HOME : WXK_END);
+    ASSERT_TRUE(Until([&] { return List().GetSelection() == index; }));
+  }
+  // Replaces a box's text as somebody types it.
+  void Fill(const char* caption, const char* text) {
+    Click(Box(caption));
+    Press('A', wxMOD_CONTROL);
+    Type(text);
+  }
+  static void AnswerInput(const char* prompt, const char* text) {
+    Expect([=](ShownModal& box) {
+      ASSERT_NE(box.Window(), nullptr);
+      EXPECT_NE(Child(*box.Window(), prompt), nullptr);
+      if (text == nullptr) {
+        Press(WXK_ESCAPE);
+      } else {
+        Press('A', wxMOD_CONTROL);
+        if (*text != '\0') {
+          Type(text);
+        } else {
+          Press(WXK_DELETE);
+        }
+        Press(WXK_RETURN);
+      }
+    });
+  }
+  static void AnswerBox(const std::string& text, const std::string& icon, const std::string& button) {
+    Expect([=](ShownModal& box) {
+      EXPECT_EQ(box.Text(), text);
+      EXPECT_EQ(box.Icon(), icon);
+      box.Click(button);
+    });
+  }
+
+  SyncHooks Hooks() {
+    const auto with = [this](const std::string& name) {
+      return [this, name] { calls_.push_back(name + " " + targets_.Current().Text(TargetRec::kPassword)); };
+    };
+    return {.startLink = [this] { calls_.emplace_back("link"); },
+            .testConnection = with("test"),
+            .showFtpDirectory = with("directory"),
+            .beforeRun = [this] { calls_.emplace_back("before"); },
+            .itemsChanged = [this] { calls_.emplace_back("items"); }};
+  }
+
+  app::WindowUser user_;
+  tests::ScriptedDesktop desktop_;
+  db::Database database_{ProgramDir(), user_};
+  db::MemoryRows rows_;
+  db::Catalogue catalogue_{database_, rows_, user_};
+  Targets targets_{database_, user_};
+  db::RemapTable remap_;
+  sync::SyncLog log_{ProgramDir(), user_};
+  const std::string computerId_ = "office";
+  sync::Context context_{.catalogue = catalogue_,
+                         .targets = targets_,
+                         .remap = remap_,
+                         .log = log_,
+                         .user = user_,
+                         .computerId = computerId_};
+  std::vector<std::string> calls_;
+  Sync* window_ = nullptr;
+};
+
+TEST_F(SyncWindow, ShowsTheTargetsAndTheFolderOfTheFirst) {
+  Open();
+  EXPECT_THAT(Entries(), ElementsAre("laptop", "tower"));
+  EXPECT_EQ(List().GetSelection(), 0);
+  EXPECT_EQ(Connections().GetStringSelection(), "File");
+  EXPECT_THAT(Rows(), ElementsAre("Media=" + OnDriveZ(Stick())));
+  EXPECT_FALSE(DefaultExclude().GetValue());
+  EXPECT_TRUE(ToolEnabled(Sync::Sync_View));
+  EXPECT_TRUE(Child(*window_, "Browse...")->IsShownOnScreen());
+  EXPECT_FALSE(CanSave());
+  Screenshot("sync-file");
+}
+
+TEST_F(SyncWindow, ShowsAnFtpConnectionWithItsPasswordMasked) {
+  Open();
+  Select(1);
+  EXPECT_EQ(Connections().GetStringSelection(), "FTP");
+  EXPECT_THAT(Rows(), ElementsAre("Server=ftp.example.com", "Username=anna", "Password=secret", "Directory=/sync"));
+  EXPECT_TRUE(Box("Password").HasFlag(wxTE_PASSWORD));
+  for (const char* caption : {"Server", "Username", "Directory"}) {
+    EXPECT_FALSE(Box(caption).HasFlag(wxTE_PASSWORD)) << caption;
+  }
+  EXPECT_TRUE(DefaultExclude().GetValue());
+  EXPECT_FALSE(ToolEnabled(Sync::Sync_View));
+  EXPECT_FALSE(Child(*window_, "Browse...")->IsShownOnScreen());
+  Screenshot("sync-ftp");
+}
+
+TEST_F(SyncWindow, OffersTheThreeConnectionsAndTheRowsFollow) {
+  Open();
+  Connections().SetFocus();
+  Press(WXK_DOWN);
+  ASSERT_TRUE(Until([&] { return Connections().GetStringSelection() == "IP connection"; }));
+  EXPECT_THAT(Rows(), ElementsAre("IP address="));
+  EXPECT_TRUE(CanSave());
+  Screenshot("sync-ip");
+  Press(WXK_DOWN);
+  ASSERT_TRUE(Until([&] { return Connections().GetStringSelection() == "FTP"; }));
+  EXPECT_THAT(Rows(), ElementsAre("Server=", "Username=", "Password=", "Directory="));
+  EXPECT_EQ(Connections().GetCount(), 3U);
+}
+
+TEST_F(SyncWindow, ShowsTheFtpDirectoryCommandForFtpTargetsOnly) {
+  Open();
+  EXPECT_EQ(window_->GetMenuBar()->FindItem(Sync::Target_FtpDir), nullptr);
+  Select(1);
+  EXPECT_NE(window_->GetMenuBar()->FindItem(Sync::Target_FtpDir), nullptr);
+  Select(0);
+  EXPECT_EQ(window_->GetMenuBar()->FindItem(Sync::Target_FtpDir), nullptr);
+}
+
+TEST_F(SyncWindow, HasRoomForTheFullestConnection) {
+  Open();
+  const wxSize before = window_->GetSize();
+  Select(1);
+  EXPECT_EQ(window_->GetSize(), before);
+  const wxRect save = Child(*window_, "Save")->GetScreenRect();
+  EXPECT_LE(Box("Directory").GetScreenRect().GetBottom(), save.y);
+  EXPECT_LE(DefaultExclude().GetScreenRect().GetBottom(), save.GetBottom());
+}
+
+TEST_F(SyncWindow, EmptySaysWhatToDo) {
+  targets_.DeleteTarget(1);
+  targets_.DeleteTarget(2);
+  Open();
+  EXPECT_THAT(Entries(), IsEmpty());
+  EXPECT_THAT(Rows(), IsEmpty());
+  EXPECT_FALSE(Connections().IsShownOnScreen());
+  EXPECT_FALSE(DefaultExclude().IsShownOnScreen());
+  for (const auto command : {Sync::Target_Delete, Sync::Sync_Import, Sync::Sync_Export, Sync::Sync_View}) {
+    EXPECT_FALSE(Enabled(command));
+    EXPECT_FALSE(ToolEnabled(command));
+  }
+  EXPECT_TRUE(ToolEnabled(Sync::Target_New));
+  Screenshot("sync-empty");
+}
+
+TEST_F(SyncWindow, ShowsAllSixteenTargetsWithTheirDates) {
+  for (int i = 3; i <= 16; ++i) targets_.NewTarget("pc" + std::to_string(i));
+  for (const std::string& id : targets_.TargetIds()) targets_.SetTargetDates(id, 46000.5, 45999.25);
+  Open();
+  EXPECT_EQ(Entries().size(), 16U);
+  EXPECT_EQ(Entries()[15], "pc16 [Imp:12/9/2025] [Exp:12/8/2025]");
+  Select(15);
+  EXPECT_TRUE(List().IsShownOnScreen());
+  Screenshot("sync-full");
+}
+
+TEST_F(SyncWindow, TheTargetRememberedIsSelected) {
+  lib::PutIniValue("Zelkor", "LastTarget", "tower");
+  Open();
+  EXPECT_EQ(List().GetStringSelection(), "tower");
+  EXPECT_EQ(Connections().GetStringSelection(), "FTP");
+}
+
+// Targets ---------------------------------------------------------------------------------------------------------
+
+TEST_F(SyncWindow, MakesATargetByItsKeyItsMenuAndItsButton) {
+  Open();
+  AnswerInput(kNamePrompt, "one");
+  Press('N', wxMOD_CONTROL);
+  ASSERT_TRUE(Until([&] { return List().GetStringSelection() == "one"; }));
+  EXPECT_THAT(Rows(), ElementsAre("Media=a:\\"));
+
+  AnswerInput(kNamePrompt, "two");
+  Menu("TN");
+  ASSERT_TRUE(Until([&] { return List().GetStringSelection() == "two"; }));
+
+  AnswerInput(kNamePrompt, "three");
+  ClickTool(*window_, "New");
+  ASSERT_TRUE(Until([&] { return List().GetStringSelection() == "three"; }));
+  EXPECT_THAT(targets_.TargetIds(), ElementsAre("laptop", "tower", "one", "two", "three"));
+}
+
+TEST_F(SyncWindow, ANameWithASpaceOrOfSevenCharactersBringsTheQuestionBackAndAnEmptyAnswerEndsIt) {
+  Open();
+  AnswerInput(kNamePrompt, "a b");
+  AnswerInput(kNamePrompt, "seven77");
+  AnswerInput(kNamePrompt, "");
+  Press('N', wxMOD_CONTROL);
+  ASSERT_TRUE(Until([] { return StillExpected() == 0; }));
+  EXPECT_THAT(targets_.TargetIds(), ElementsAre("laptop", "tower"));
+  AnswerInput(kNamePrompt, nullptr);  // Cancel
+  Press('N', wxMOD_CONTROL);
+  ASSERT_TRUE(Until([] { return StillExpected() == 0; }));
+  Settle();
+  EXPECT_THAT(targets_.TargetIds(), ElementsAre("laptop", "tower"));
+}
+
+TEST_F(SyncWindow, RefusesA17thTarget) {
+  for (int i = 3; i <= 16; ++i) targets_.NewTarget("pc" + std::to_string(i));
+  Open();
+  AnswerInput(kNamePrompt, "pc17");
+  AnswerBox("Sync list is full!", "error", "OK");
+  Press('N', wxMOD_CONTROL);
+  ASSERT_TRUE(Until([] { return StillExpected() == 0; }));
+  EXPECT_EQ(Entries().size(), 16U);
+}
+
+TEST_F(SyncWindow, DeletesATargetByItsKeyAfterAQuestion) {
+  Open();
+  List().SetFocus();
+  AnswerBox("Delete target?", "question", "Cancel");
+  Press(WXK_DELETE);
+  ASSERT_TRUE(Until([] { return StillExpected() == 0; }));
+  EXPECT_THAT(Entries(), ElementsAre("laptop", "tower"));
+
+  AnswerBox("Delete target?", "question", "OK");
+  Press(WXK_DELETE);
+  ASSERT_TRUE(Until([&] { return Entries().size() == 1; }));
+  EXPECT_THAT(targets_.TargetIds(), ElementsAre("tower"));
+  EXPECT_EQ(List().GetSelection(), wxNOT_FOUND);
+  EXPECT_THAT(Rows(), IsEmpty());
+  EXPECT_FALSE(Enabled(Sync::Target_Delete));
+}
+
+TEST_F(SyncWindow, DeletesATargetByItsMenuAndItsButton) {
+  Open();
+  AnswerBox("Delete target?", "question", "OK");
+  Menu("TD");
+  ASSERT_TRUE(Until([&] { return Entries() == std::vector<std::string>{"tower"}; }));
+  Select(0);
+  AnswerBox("Delete target?", "question", "OK");
+  ClickTool(*window_, "Delete");
+  ASSERT_TRUE(Until([&] { return Entries().empty(); }));
+}
+
+TEST_F(SyncWindow, TheDeleteKeyInABoxDeletesText) {
+  Open();
+  Click(Box("Media"));
+  Press('A', wxMOD_CONTROL);
+  Press(WXK_DELETE);
+  EXPECT_EQ(Box("Media").GetValue(), "");
+  EXPECT_THAT(Entries(), ElementsAre("laptop", "tower"));
+}
+
+TEST_F(SyncWindow, SavesByKeyByMenuByButtonAndByEnter) {
+  Open();
+  Select(1);
+  const auto saved = [&](const char* text) {
+    return Until([&] { return Target("tower").Text(TargetRec::kUserName) == text; }) && !CanSave();
+  };
+  Fill("Username", "first");
+  EXPECT_TRUE(CanSave());
+  EXPECT_EQ(Target("tower").Text(TargetRec::kUserName), "anna");
+  Press('S', wxMOD_CONTROL);
+  EXPECT_TRUE(saved("first"));
+  Fill("Username", "second");
+  Menu("TS");
+  EXPECT_TRUE(saved("second"));
+  Fill("Username", "third");
+  Click(*Child(*window_, "Save"));
+  EXPECT_TRUE(saved("third"));
+  Fill("Username", "fourth");
+  Press(WXK_RETURN);
+  EXPECT_TRUE(saved("fourth"));
+}
+
+TEST_F(SyncWindow, SavesTheFlag) {
+  Open();
+  Select(1);
+  DefaultExclude().SetFocus();
+  Press(WXK_SPACE);
+  EXPECT_TRUE(CanSave());
+  Press('S', wxMOD_CONTROL);
+  EXPECT_EQ(Target("tower").Number(TargetRec::kDefaultExclude), 0);
+}
+
+TEST_F(SyncWindow, SelectingAnotherTargetSavesTheEditsOfTheOneLeft) {
+  Open();
+  Select(1);
+  Fill("Password", "better");
+  Select(0);
+  EXPECT_EQ(Target("tower").Text(TargetRec::kPassword), "better");
+  EXPECT_EQ(Connections().GetStringSelection(), "File");
+}
+
+TEST_F(SyncWindow, SwitchingTheConnectionThereAndBackShowsTheStoredFields) {
+  Open();
+  Select(1);
+  Fill("Server", "typed");
+  Connections().SetFocus();
+  Press(WXK_UP);
+  Press(WXK_UP);
+  ASSERT_TRUE(Until([&] { return Connections().GetStringSelection() == "File"; }));
+  EXPECT_THAT(Rows(), ElementsAre("Media=a:\\"));
+  Press(WXK_DOWN);
+  Press(WXK_DOWN);
+  ASSERT_TRUE(Until([&] { return Connections().GetStringSelection() == "FTP"; }));
+  EXPECT_THAT(Rows(), ElementsAre("Server=ftp.example.com", "Username=anna", "Password=secret", "Directory=/sync"));
+  EXPECT_TRUE(CanSave());
+}
+
+TEST_F(SyncWindow, BoxesTakeNoMoreThanTheirFieldsHold) {
+  Open();
+  Select(1);
+  Fill("Username", std::string(40, 'u').c_str());
+  EXPECT_EQ(Box("Username").GetValue(), wxString('u', 32));
+  Fill("Server", std::string(70, 's').c_str());
+  EXPECT_EQ(Box("Server").GetValue(), wxString('s', 64));
+}
+
+TEST_F(SyncWindow, ACharacterOutsideTheCodePageIsNotTaken) {
+  Open();
+  Select(1);
+  Box("Password").SetFocus();
+  Box("Password").SetInsertionPointEnd();
+  Box("Password").WriteText(wxString::FromUTF8("\xe6\x97\xa5"));
+  EXPECT_EQ(Box("Password").GetValue(), "secret");
+  EXPECT_FALSE(CanSave());
+  EXPECT_EQ(Status(), "This character can not be stored.");
+  Box("Password").WriteText(wxString::FromUTF8("\xc3\xa4"));  // a with two dots
+  Press('S', wxMOD_CONTROL);
+  EXPECT_EQ(Target("tower").Text(TargetRec::kPassword), "secret\xe4");
+}
+
+TEST_F(SyncWindow, ANativeFolderBecomesOneOfTheProgramWhenItsBoxIsLeft) {
+  Open();
+  Fill("Media", "/mnt/in");
+  Press(WXK_TAB);
+  ASSERT_TRUE(Until([&] { return Box("Media").GetValue() == "z:\\mnt\\in"; }));
+  EXPECT_TRUE(CanSave());
+}
+
+TEST_F(SyncWindow, AFolderThatCanNotBeUsedIsRefusedWithItsName) {
+  Open();
+  Fill("Media", "/mnt/a:b");
+  Expect([](ShownModal& box) {
+    EXPECT_THAT(box.Text(), testing::HasSubstr("a:b"));
+    EXPECT_EQ(box.Icon(), "error");
+    box.Click("OK");
+  });
+  Press('S', wxMOD_CONTROL);
+  ASSERT_TRUE(Until([] { return StillExpected() == 0; }));
+  EXPECT_EQ(Target("laptop").Text(TargetRec::kMediaPath), OnDriveZ(Stick()));
+}
+
+TEST_F(SyncWindow, BrowsingCancelledLeavesTheFolder) {
+  Open();
+  Expect([](ShownModal& dialog) {
+    EXPECT_EQ(dialog.Title(), "Folder or medium for the sync files");
+    Press(WXK_ESCAPE);
+  });
+  Press('B', wxMOD_ALT);
+  ASSERT_TRUE(Until([] { return StillExpected() == 0; }));
+  Settle();
+  EXPECT_THAT(Rows(), ElementsAre("Media=" + OnDriveZ(Stick())));
+  EXPECT_FALSE(CanSave());
+}
+
+TEST_F(SyncWindow, ClearsBothDates) {
+  targets_.SetTargetDates("laptop", 46000.5, 45999.25);
+  Open();
+  EXPECT_EQ(Entries()[0], "laptop [Imp:12/9/2025] [Exp:12/8/2025]");
+  Menu("TC");
+  ASSERT_TRUE(Until([&] { return Entries()[0] == "laptop"; }));
+  EXPECT_EQ(List().GetSelection(), 0);
+}
+
+TEST_F(SyncWindow, SetsTheImportAndTheExportDate) {
+  Open();
+  AnswerInput("Enter date:", "2025-12-09");
+  Menu("TAI");
+  ASSERT_TRUE(Until([&] { return Entries()[0] == "laptop [Imp:12/9/2025]"; }));
+  AnswerInput("Enter date:", "nonsense");
+  AnswerBox("Invalid date!", "error", "OK");
+  AnswerInput("Enter date:", "2025-12-08 06:00");
+  Menu("TAE");
+  ASSERT_TRUE(Until([&] { return Entries()[0] == "laptop [Imp:12/9/2025] [Exp:12/8/2025]"; }));
+  EXPECT_EQ(Target("laptop").Date(TargetRec::kLastExport), 45999.25);
+  AnswerInput("Enter date:", nullptr);
+  Menu("TAE");
+  ASSERT_TRUE(Until([] { return StillExpected() == 0; }));
+  Settle();
+  EXPECT_EQ(Entries()[0], "laptop [Imp:12/9/2025] [Exp:12/8/2025]");
+}
+
+TEST_F(SyncWindow, TheConnectionTestUsesThePasswordJustTyped) {
+  Open();
+  Select(1);
+  Fill("Password", "better");
+  Press('T', wxMOD_CONTROL);
+  EXPECT_THAT(calls_, ElementsAre("test better"));
+  EXPECT_EQ(Target("tower").Text(TargetRec::kPassword), "better");
+  Menu("TT");
+  EXPECT_THAT(calls_, ElementsAre("test better", "test better"));
+}
+
+TEST_F(SyncWindow, ListsTheFtpDirectory) {
+  Open();
+  Press('D', wxMOD_CONTROL);  // a folder has none
+  EXPECT_THAT(calls_, IsEmpty());
+  Select(1);
+  Press('D', wxMOD_CONTROL);
+  EXPECT_THAT(calls_, ElementsAre("directory secret"));
+  Menu("TF");
+  EXPECT_THAT(calls_, ElementsAre("directory secret", "directory secret"));
+}
+
+// Logs, options, closing ------------------------------------------------------------------------------------------
+
+TEST_F(SyncWindow, OpensTheLogAndTheHistoryInTheEditor) {
+  WriteNative(History(), std::string(64000, 'x'));
+  Open();
+  Press('L', wxMOD_CONTROL);
+  Press('H', wxMOD_CONTROL);
+  Menu("LV");
+  Menu("LH");
+  const std::string log = ProgramDir() + "ZELKOR.log";
+  const std::string history = ProgramDir() + "ZELKOR history.log";
+  EXPECT_THAT(desktop_.edited, ElementsAre(log, history, log, history));
+}
+
+TEST_F(SyncWindow, AHistoryOf64001BytesIsRefused) {
+  WriteNative(History(), std::string(64001, 'x'));
+  Open();
+  AnswerBox("File too big", "error", "OK");
+  Press('H', wxMOD_CONTROL);
+  ASSERT_TRUE(Until([] { return StillExpected() == 0; }));
+  EXPECT_THAT(desktop_.edited, IsEmpty());
+}
+
+TEST_F(SyncWindow, DeletesTheHistoryAfterAQuestion) {
+  WriteNative(History(), "old");
+  Open();
+  Expect([](ShownModal& box) {
+    EXPECT_EQ(box.Title(), "Memo!");
+    EXPECT_EQ(box.Text(), "Delete history log?");
+    EXPECT_THAT(box.Buttons(), testing::UnorderedElementsAre("OK", "Cancel"));
+    box.Click("Cancel");
+  });
+  Menu("LD");
+  ASSERT_TRUE(Until([] { return StillExpected() == 0; }));
+  Settle();
+  EXPECT_TRUE(fs::exists(History()));
+  AnswerBox("Delete history log?", "", "OK");
+  Menu("LD");
+  ASSERT_TRUE(Until([&] { return !fs::exists(History()); }));
+}
+
+TEST_F(SyncWindow, TheOptionsShowAndStoreTheirState) {
+  lib::PutIniValue("Zelkor", "ConfirmUpdates", "1");
+  Open();
+  EXPECT_TRUE(window_->GetMenuBar()->IsChecked(Sync::Options_Confirm));
+  EXPECT_FALSE(window_->GetMenuBar()->IsChecked(Sync::Options_AcceptNetConn));
+  Menu("OC");
+  EXPECT_FALSE(window_->GetMenuBar()->IsChecked(Sync::Options_Confirm));
+  EXPECT_EQ(lib::GetIniString("Zelkor", "ConfirmUpdates", ""), "0");
+  Menu("OA");
+  EXPECT_TRUE(window_->GetMenuBar()->IsChecked(Sync::Options_AcceptNetConn));
+  EXPECT_EQ(lib::GetIniString("Zelkor", "AcceptNetConn", ""), "1");
+  EXPECT_THAT(calls_, ElementsAre("link"));
+  Menu("OA");
+  EXPECT_FALSE(window_->GetMenuBar()->IsChecked(Sync::Options_AcceptNetConn));
+  EXPECT_EQ(lib::GetIniString("Zelkor", "AcceptNetConn", ""), "0");
+  EXPECT_THAT(calls_, ElementsAre("link"));
+}
+
+TEST_F(SyncWindow, ClosesByKeyByMenuByEscapeAndByItsFrameAndSavesFirst) {
+  targets_.SetTargetDates("tower", 46000.5, 45999.25);
+  Open();
+  const auto closedBy = [&](const std::function<void()>& act, const char* typed) {
+    if (!window_->IsShown()) ShowActive(*window_);
+    Select(1);
+    Fill("Username", typed);
+    act();
+    EXPECT_TRUE(Until([&] { return !window_->IsShown(); }));
+    EXPECT_EQ(Target("tower").Text(TargetRec::kUserName), typed);
+  };
+  closedBy([] { Press('W', wxMOD_CONTROL); }, "one");
+  EXPECT_EQ(lib::GetIniString("Zelkor", "LastTarget", ""), "tower");
+  closedBy([] { Menu("SC"); }, "two");
+  closedBy([] { Press(WXK_ESCAPE); }, "three");
+  closedBy([this] { window_->Close(); }, "four");
+}
+
+TEST_F(SyncWindow, IsShownAgainAsItWasLeft) {
+  Open();
+  Select(1);
+  Press('W', wxMOD_CONTROL);
+  ASSERT_TRUE(Until([&] { return !window_->IsShown(); }));
+  window_->FillTargetList();
+  window_->ShowWindow();
+  ASSERT_TRUE(Until([&] { return window_->IsShownOnScreen(); }));
+  EXPECT_EQ(List().GetStringSelection(), "tower");
+}
+
+TEST_F(SyncWindow, EveryControlHasItsAccessKey) {
+  Open();
+  Press('M', wxMOD_ALT);
+  EXPECT_TRUE(Box("Media").HasFocus());
+  Press('G', wxMOD_ALT);
+  EXPECT_FALSE(Box("Media").HasFocus());
+  Press(WXK_END);
+  ASSERT_TRUE(Until([&] { return List().GetStringSelection() == "tower"; }));
+  Press('X', wxMOD_ALT);
+  EXPECT_FALSE(DefaultExclude().GetValue());
+  for (const auto& [key, caption] : std::vector<std::pair<char, const char*>>{
+           {'R', "Server"}, {'U', "Username"}, {'P', "Password"}, {'D', "Directory"}}) {
+    Press(key, wxMOD_ALT);
+    EXPECT_TRUE(Box(caption).HasFocus()) << caption;
+  }
+  Press('C', wxMOD_ALT);
+  Press(WXK_UP);
+  ASSERT_TRUE(Until([&] { return Connections().GetStringSelection() == "IP connection"; }));
+  Press('I', wxMOD_ALT);
+  EXPECT_TRUE(Box("IP address").HasFocus());
+  Press('V', wxMOD_ALT);
+  EXPECT_TRUE(Until([&] { return Target("tower").Number(TargetRec::kConnectionType) == 1; }));
+}
+
+TEST_F(SyncWindow, ALongStatusIsCutAndWholeInItsTooltip) {
+  Open();
+  const std::string text = "Sync request received form [" + std::string(400, 'x') + "]";
+  const wxSize before = window_->GetSize();
+  user_.SetStatus(text, false);
+  EXPECT_EQ(Status(), text);
+  EXPECT_EQ(Named<wxStaticText>("Status").GetToolTipText(), text);
+  EXPECT_EQ(window_->GetSize(), before);
+  EXPECT_LE(Named<wxStaticText>("Status").GetScreenRect().GetRight(), window_->GetScreenRect().GetRight());
+}
+
+}  // namespace
+}  // namespace zelkor::net
