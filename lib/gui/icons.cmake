@@ -10,7 +10,7 @@ function(zelkor_icon_sources folder header)
   endforeach()
   list(LENGTH files count)
   file(CONFIGURE OUTPUT ${header} @ONLY CONTENT
-"// Made from the SVG files of lib/gui/icons.
+"// Made from the SVG files of icons/.
 #pragma once
 
 #include <array>

@@ -11,4 +11,16 @@ wxBitmapBundle Picture(std::string_view key, int pixels) {
   return {};
 }
 
+wxIconBundle ProgramIcons() {
+  constexpr int kLargestSmall = 24;
+  wxIconBundle icons;
+  for (const int size : {16, 24, 32, 48, 64, 128, 256}) {
+    const wxBitmapBundle source = Picture(size <= kLargestSmall ? kTrayIcon : kProgramIcon);
+    wxIcon icon;
+    icon.CopyFromBitmap(source.GetBitmap(wxSize(size, size)));
+    icons.AddIcon(icon);
+  }
+  return icons;
+}
+
 }  // namespace zelkor::lib
