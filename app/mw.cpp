@@ -63,8 +63,7 @@ mw::mw(ProgramState& state, MwRows& rows, db::ItemEditing& editing, MwCommands& 
       commands_(commands),
       hooks_(std::move(hooks)) {
   SetName("mw");
-  SetIcons(wxIconBundle());
-  SetIcon(lib::Picture(lib::kProgramIcon).GetIconFor(this));
+  SetIcons(lib::ProgramIcons());
   MakeMenus();
   MakeToolbar();
   status_ = new StatusLine(this);

@@ -13,7 +13,7 @@ Tray::Tray(std::function<void()> leftClick, std::function<wxMenu*()> menu)
   }
 }
 
-void Tray::ShowIcon() { SetIcon(lib::Picture(lib::kProgramIcon), "Zelkor"); }
+void Tray::ShowIcon() { SetIcon(lib::Picture(lib::kTrayIcon), "Zelkor"); }
 
 void Tray::HideIcon() { RemoveIcon(); }
 
