@@ -1,8 +1,10 @@
 #include "app/details_view.h"
 
-#include <array>
+#include <algorithm>
 #include <utility>
 
+#include "db/item_editing.h"
+#include "lib/format.h"
 #include "lib/gui/icons.h"
 #include "lib/gui/text.h"
 
@@ -12,8 +14,25 @@ namespace {
 
 constexpr int kRowIconPixels = 16;
 
-// The widths of the columns in characters of the font.
-constexpr std::array<int, kMwColumns.size()> kColumnCharacters{30, 20, 16, 10, 14, 26};
+// A text that a column is to have room for.
+std::string Sample(MwColumn column) {
+  constexpr lib::Date kWideDate = 46020.999;  // two digits for each part
+  switch (column) {
+    case MwColumn::Description:
+      return std::string(28, 'n');
+    case MwColumn::Date:
+      return lib::GeneralDate(kWideDate);
+    case MwColumn::Codes:
+      return std::string(14, 'n');
+    case MwColumn::SyncMethod:
+      return db::kSyncMethodChoices.front();
+    case MwColumn::SyncTo:
+      return db::kSyncToChoices[1];
+    case MwColumn::LastImport:
+      return std::string(6, 'n') + " " + lib::GeneralDate(kWideDate);
+  }
+  return {};
+}
 
 }  // namespace
 
@@ -60,9 +79,11 @@ DetailsView::DetailsView(wxWindow* parent, const MwRows& rows, ItemViewEvents ev
 }
 
 void DetailsView::MakeColumns() {
-  const int character = GetTextExtent("n").x;
+  const int margins = 2 * GetTextExtent("n").x;
   for (std::size_t i = 0; i < kMwColumns.size(); ++i) {
-    AppendColumn(lib::ToWx(kMwColumns[i]), wxLIST_FORMAT_LEFT, kColumnCharacters[i] * character);
+    const wxString caption = lib::ToWx(kMwColumns[i]);
+    const int text = GetTextExtent(lib::ToWx(Sample(static_cast<MwColumn>(i)))).x;
+    AppendColumn(caption, wxLIST_FORMAT_LEFT, std::max(text, GetTextExtent(caption).x) + margins);
   }
 }
 

@@ -1,4 +1,4 @@
-// Zelkor: the program's entry. Nothing but the run-time errors that nobody catches is handled here.
+// Zelkor: the program's entry. Here it is decided whether it runs with windows.
 
 #include <exception>
 #include <string>
@@ -6,6 +6,7 @@
 
 #include "app/console_user.h"
 #include "app/startup.h"
+#include "app/windows.h"
 #include "db/memory_rows.h"
 #include "lib/format.h"
 #include "lib/native_path.h"
@@ -21,6 +22,7 @@ constexpr const char* kHelp =
     "Usage: zelkor [WORD]...\n"
     "Keeps a catalogue of files, and the files, in step with other computers.\n"
     "\n"
+    "  FILE                     a file to put into the catalogue, or a sync file to import\n"
     "  /syncexp:TARGET:\"PLACE\"  export to a target and end\n"
     "  /syncimp:TARGET:\"PLACE\"  import from a target and end\n"
     "                           TARGET is a computer ID. PLACE is a folder, on import also one sync\n"
@@ -36,11 +38,24 @@ constexpr const char* kHelp =
     "Exit status: 0 done; 1 the run failed, was refused or cancelled; 2 nothing was done;\n"
     "3 a damaged sync file.\n";
 
-constexpr const char* kNoWindows =
-    "This version has no windows yet. Start it with /syncexp or /syncimp; zelkor --help says how.";
-
 std::string Version() {
   return "Zelkor " + zelkor::lib::FormatTwoDecimals(zelkor::lib::kProgramVersion / 100.0) + "\n";
+}
+
+// A run that shows no window and needs no display. Run-time errors that nothing catches end here.
+int RunUnattended(const std::vector<zelkor::app::Word>& words, const std::string& startDirectory) {
+  zelkor::lib::WatchForInterrupt();
+  zelkor::app::ConsoleUser user;
+  zelkor::db::MemoryRows rows;
+  try {
+    return zelkor::app::Main(words, startDirectory, user, rows, {});
+  } catch (const zelkor::sync::DamagedSyncFile& damaged) {
+    user.Message(damaged.what(), zelkor::lib::Icon::Critical);
+    return zelkor::sync::kStatusDamaged;
+  } catch (const std::exception& error) {
+    user.Message(error.what(), zelkor::lib::Icon::Critical);
+    return zelkor::sync::kStatusFailed;
+  }
 }
 
 }  // namespace
@@ -54,28 +69,14 @@ int main(int argc, char** argv) {
     }
   }
   zelkor::lib::UseLocaleOfEnvironment();
-  zelkor::lib::WatchForInterrupt();
-  zelkor::app::ConsoleUser user;
-  zelkor::db::MemoryRows rows;
+  const std::string startDirectory = zelkor::lib::StartDirectory();
+  std::vector<zelkor::app::Word> words;
   try {
-    const std::string startDirectory = zelkor::lib::StartDirectory();
-    std::vector<zelkor::app::Word> words;
-    try {
-      words = zelkor::app::ParseCommandLine(arguments, startDirectory);
-    } catch (const zelkor::lib::RunTimeError& tooMany) {
-      user.Message(tooMany.what(), zelkor::lib::Icon::Critical);
-      return zelkor::sync::kStatusNothingDone;
-    }
-    return zelkor::app::Main(words, startDirectory, user, rows,
-                             [&user](zelkor::app::ProgramState& /*state*/, const std::string& /*files*/) {
-                               user.Message(kNoWindows);
-                               return zelkor::sync::kStatusNothingDone;
-                             });
-  } catch (const zelkor::sync::DamagedSyncFile& damaged) {
-    user.Message(damaged.what(), zelkor::lib::Icon::Critical);
-    return zelkor::sync::kStatusDamaged;
-  } catch (const std::exception& error) {
-    user.Message(error.what(), zelkor::lib::Icon::Critical);
-    return zelkor::sync::kStatusFailed;
+    words = zelkor::app::ParseCommandLine(arguments, startDirectory);
+  } catch (const zelkor::lib::RunTimeError& tooMany) {
+    zelkor::app::ConsoleUser().Message(tooMany.what(), zelkor::lib::Icon::Critical);
+    return zelkor::sync::kStatusNothingDone;
   }
+  return zelkor::app::IsUnattended(words) ? RunUnattended(words, startDirectory)
+                                          : zelkor::app::RunWithWindows(words, startDirectory);
 }

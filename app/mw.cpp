@@ -8,6 +8,7 @@
 #include <wx/evtloop.h>
 #include <wx/sizer.h>
 
+#include "app/form_placement.h"
 #include "app/frm_splash.h"
 #include "app/startup.h"
 #include "lib/gui/icons.h"
@@ -22,7 +23,7 @@ namespace zelkor::app {
 namespace {
 
 // The window's own size, in logical pixels.
-constexpr int kDesignWidth = 820;
+constexpr int kDesignWidth = 900;
 constexpr int kDesignHeight = 560;
 constexpr int kLeastWidth = 260;
 constexpr int kLeastHeight = 180;
@@ -403,7 +404,7 @@ bool mw::SetTrayIcon(bool shown) {
   } else {
     tray_->HideIcon();
     // Without its icon a hidden window could not be reached.
-    if (!IsShown() && !IsBeingDeleted() && placed_.width > 0 && !exitWanted_) SysTray_Restore_Click();
+    if (!IsShown() && shown_ && !ending_) SysTray_Restore_Click();
   }
   return Tray::Answers();
 }
@@ -427,7 +428,7 @@ void mw::Form_Unload(wxCloseEvent& event) {
   if (!event.CanVeto()) {
     // The session ends, and nobody is to be asked anything.
     editing_.ApplyUnapplied();
-    ExitProgram(state_, *this);
+    EndNow();
     return;
   }
   event.Veto();
@@ -447,21 +448,18 @@ void mw::RequestExit() {
     return;
   }
   editing_.ApplyUnapplied();
-  if (hooks_.readyToEnd()) ExitProgram(state_, *this);
+  if (hooks_.readyToEnd()) EndNow();
+}
+
+void mw::EndNow() {
+  ending_ = true;
+  ExitProgram(state_, *this);
 }
 
 FormPosition mw::Position() const {
-  FormPosition position;
-  if (IsIconized() || (!IsShown() && placed_.width > 0)) {
-    position.state = WindowState::Minimised;
-  } else if (IsMaximized()) {
-    position.state = WindowState::Maximised;
-  }
-  const wxRect rect = GetRect();
-  position.left = lib::ToTwips(rect.x, *this);
-  position.top = lib::ToTwips(rect.y, *this);
-  position.width = lib::ToTwips(rect.width, *this);
-  position.height = lib::ToTwips(rect.height, *this);
+  FormPosition position = PositionOf(*this);
+  // Hidden in the tray it counts as minimised.
+  if (!IsShown() && shown_) position.state = WindowState::Minimised;
   return position;
 }
 
@@ -489,6 +487,7 @@ void mw::Place(const FormPosition& place) {
 void mw::SetCaption(const std::string& caption) { SetTitle(lib::ToWx(caption)); }
 
 void mw::ShowWindow() {
+  shown_ = true;
   Show();
   if (placed_.state == WindowState::Minimised) Iconize();
   Shown().Window().SetFocus();

@@ -121,6 +121,7 @@ class mw : public wxFrame, public MainView, public db::CurrentItemView {
   bool Form_KeyPress(const wxKeyEvent& event);
   void Form_Resize(wxIconizeEvent& event);
   void Form_Unload(wxCloseEvent& event);
+  void EndNow();
   void RowsChanged();
   void RowSelected();
   void ShowRowsNow();
@@ -147,6 +148,8 @@ class mw : public wxFrame, public MainView, public db::CurrentItemView {
   bool rowsStale_ = false;     // the views have not yet heard of a change of the rows
   bool currentStale_ = false;  // the current row has changed while something was in hand
   bool exitWanted_ = false;    // once what is in hand has ended
+  bool shown_ = false;         // since then a hidden window is one in the tray
+  bool ending_ = false;
 };
 
 }  // namespace zelkor::app
