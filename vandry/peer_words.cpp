@@ -51,6 +51,7 @@ class WordReader {
     fine_ = fine_ && digest.has_value();
     return digest.value_or(Digest{});
   }
+  [[nodiscard]] bool FineSoFar() const { return fine_; }
   // Nothing was wrong, and nothing is left.
   [[nodiscard]] bool Fine() const { return fine_ && rest_.empty(); }
 
@@ -116,6 +117,7 @@ std::optional<HelloWords> ReadHello(std::string_view content) {
   WordReader reader(content);
   HelloWords words;
   words.version = reader.WordAsNumber(0, 1000);
+  if (!reader.FineSoFar()) return std::nullopt;
   // What a later version says behind its number is not ours to judge.
   if (words.version != kProtocolVersion) return words;
   words.computerId = reader.WordAsId();
@@ -127,6 +129,7 @@ std::optional<PairWords> ReadPair(std::string_view content) {
   WordReader reader(content);
   PairWords words;
   words.version = reader.WordAsNumber(0, 1000);
+  if (!reader.FineSoFar()) return std::nullopt;
   if (words.version != kProtocolVersion) return words;
   words.computerId = reader.WordAsId();
   words.proof = reader.WordAsDigest();

@@ -151,6 +151,7 @@ void Receiving::OpenPart() {
   current_->start = *length <= current_->note.size ? *length : 0;
   current_->hash = Sha256();
   current_->begun = false;
+  current_->lastProgress = {};
   current_->stage = Current::Stage::Hashing;
   HashPart();
 }
