@@ -142,7 +142,9 @@ TEST_F(Channel, CarriesTextsOfEveryByteUpToTheLimit) {
   EXPECT_EQ(client_->Execute(2, text + "x").Why(), Cause::Damaged);
 }
 
-TEST_F(Channel, SaysThatNobodyServes) { EXPECT_EQ(TryConnect().Why(), Cause::NotFound); }
+TEST_F(Channel, SaysThatNobodyServes) {
+  EXPECT_EQ(ChannelClient::Connect(ProgramDir(), seconds(5)).Why(), Cause::NotFound);
+}
 
 TEST_F(Channel, SaysThatNobodyServesWhereAKilledServerLeftItsSocket) {
   const pid_t child = fork();
