@@ -4,11 +4,11 @@
 #include <vector>
 
 #include "app/file_types.h"
+#include "app/help_file.h"
 #include "app/identity.h"
 #include "lib/code_page.h"
 #include "lib/files.h"
 #include "lib/format.h"
-#include "lib/paths.h"
 #include "lib/selection.h"
 #include "lib/shell.h"
 #include "lib/text.h"
@@ -49,8 +49,6 @@ std::string SelectionText(db::Catalogue& catalogue) {
   return "Zelkor! Ver " + lib::FormatTwoDecimals(lib::kProgramVersion / 100.0) +
          ", Database:" + std::to_string(catalogue.Data().RecordCount()) + " rec";
 }
-
-std::string HelpFile(std::string_view programDir) { return lib::SlashPath(programDir) + "zelkor.hlp"; }
 
 void MwCommands::File_Extensions(int index) {
   app::File_Extensions(static_cast<FileTypes>(index), state_.database, desktop_);
@@ -200,7 +198,7 @@ void MwCommands::Filter_Exclude() {
   if (codes) Fill(state_.catalogue.Shown(), std::string(state_.catalogue.ItemFilters().activeSelection), *codes);
 }
 
-void MwCommands::Help_Help() { lib::ShellOpen(HelpFile(state_.ProgramDir)); }
+void MwCommands::Help_Help() { OpenHelp(state_.ProgramDir, state_.user); }
 
 void MwCommands::Help_WWW() { lib::OpenWebPage(kWebPage); }
 

@@ -18,8 +18,6 @@ inline constexpr std::string_view kWebPage = "http://zelkor.example/forum";
 // What the panel "Selection indicator" shows: the codes in force, that deleted items are listed, or, when nothing
 // narrows the list, the program's version and the number of records.
 [[nodiscard]] std::string SelectionText(db::Catalogue& catalogue);
-// The help file that Help_Help opens.
-[[nodiscard]] std::string HelpFile(std::string_view programDir);
 
 // None is called while something is in hand (db::Catalogue::Occupied). Each ends with the status and the item dialog
 // up to date.

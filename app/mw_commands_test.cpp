@@ -463,10 +463,5 @@ TEST_F(MwCommandsTest, ChangesTheComputerId) {
   EXPECT_EQ(state_->computerId, "home");
 }
 
-TEST_F(MwCommandsTest, FindsTheHelpFileInTheProgramsDirectory) {
-  EXPECT_EQ(HelpFile("c:\\zelkor"), "c:\\zelkor\\zelkor.hlp");
-  EXPECT_EQ(HelpFile("c:\\zelkor\\"), "c:\\zelkor\\zelkor.hlp");
-}
-
 }  // namespace
 }  // namespace zelkor::app

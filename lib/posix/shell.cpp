@@ -14,6 +14,7 @@
 #include "lib/paths.h"
 #include "lib/posix/descriptor.h"
 #include "lib/posix/system_error.h"
+#include "lib/posix/viewing.h"
 
 namespace zelkor::lib {
 namespace {
@@ -90,7 +91,7 @@ void ShellOpen(std::string_view document, ShowMode /*mode*/) {
   if (IsDrivePath(document)) {
     const Result<std::string> native = ToNative(document);
     if (!native.Ok()) return;
-    target = *native;
+    target = posix::NameForViewer(*native);
   }
   // A first character "-" would make it an option.
   if (target.empty() || target.front() == '-') return;

@@ -45,6 +45,36 @@ TEST_F(Shell, OpensAWebPageByItsAddress) {
   EXPECT_EQ(Told(), "[http://www.example.org/a b] " + Home().string());
 }
 
+TEST_F(Shell, OpensAHelpFileThatIsAWebPageUnderTheNameOfOne) {
+  WriteNative(Home() / "Zelkor.HLP", "<!DOCTYPE html>\n<title>Help</title>\n");
+  ShellOpen("c:\\zelkor.hlp");
+  const fs::path page = Root() / "cache/zelkor/Zelkor.html";
+  EXPECT_EQ(Told(), "[" + page.string() + "] " + Home().string());
+  EXPECT_EQ(ReadNative(page), "<!DOCTYPE html>\n<title>Help</title>\n");
+}
+
+TEST_F(Shell, ShowsTheHelpFileAsItIsNow) {
+  WriteNative(Root() / "cache/zelkor/zelkor.html", "<!DOCTYPE html>\nan older and longer page\n");
+  WriteNative(Home() / "zelkor.hlp", "<!DOCTYPE html>\nnew\n");
+  ShellOpen("c:\\zelkor.hlp");
+  EXPECT_NE(Told(), "");
+  EXPECT_EQ(ReadNative(Root() / "cache/zelkor/zelkor.html"), "<!DOCTYPE html>\nnew\n");
+  EXPECT_EQ(std::distance(fs::directory_iterator(Root() / "cache/zelkor"), {}), 1);
+}
+
+TEST_F(Shell, OpensAHelpFileThatIsNoWebPageByItsOwnName) {
+  WriteNative(Home() / "old.hlp", "?_\x03");
+  ShellOpen("c:\\old.hlp");
+  EXPECT_EQ(Told(), "[" + (Home() / "old.hlp").string() + "] " + Home().string());
+}
+
+TEST_F(Shell, OpensAHelpFileByItsOwnNameWhenNoCopyCanBeMade) {
+  WriteNative(Root() / "cache/zelkor", "a file in the folder's place");
+  WriteNative(Home() / "zelkor.hlp", "<!DOCTYPE html>\n");
+  ShellOpen("c:\\zelkor.hlp");
+  EXPECT_EQ(Told(), "[" + (Home() / "zelkor.hlp").string() + "] " + Home().string());
+}
+
 TEST_F(Shell, LeavesNoChildBehind) {
   OpenWebPage("www.example.org");
   EXPECT_NE(Told(), "");

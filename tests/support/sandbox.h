@@ -25,6 +25,7 @@ class Sandbox : public testing::Test {
     Set("ZELKOR_DIR", root_ / "program");
     Set("TMPDIR", root_ / "tmp");
     Set("XDG_RUNTIME_DIR", root_ / "run");
+    Set("XDG_CACHE_HOME", root_ / "cache");
     lib::ForgetDrives();
   }
   ~Sandbox() override {
@@ -32,6 +33,7 @@ class Sandbox : public testing::Test {
     std::filesystem::remove_all(root_, ignored);
     unsetenv("TMPDIR");
     unsetenv("XDG_RUNTIME_DIR");
+    unsetenv("XDG_CACHE_HOME");
   }
 
   // The folder, and the home directory, which is drive c.
