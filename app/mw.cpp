@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <utility>
-#include <wx/app.h>
 #include <wx/display.h>
 #include <wx/dnd.h>
-#include <wx/evtloop.h>
 #include <wx/sizer.h>
 
 #include "app/form_placement.h"
@@ -23,7 +21,7 @@ namespace zelkor::app {
 namespace {
 
 // The window's own size, in logical pixels.
-constexpr int kDesignWidth = 900;
+constexpr int kDesignWidth = 820;
 constexpr int kDesignHeight = 560;
 constexpr int kLeastWidth = 260;
 constexpr int kLeastHeight = 180;
@@ -304,7 +302,9 @@ bool mw::Form_KeyPress(const wxKeyEvent& event) {
 
 void mw::List_ColumnClick(int column) {
   // A filter in hand goes by the order of the rows.
-  if (!InHand()) rows_.List_ColumnClick(column);
+  if (InHand()) return;
+  rows_.List_ColumnClick(column);
+  editing_.UpdateCurrentItem();  // which may stand in another row now
 }
 
 void mw::List_DblClick() {
@@ -442,8 +442,8 @@ void mw::RequestExit() {
     return;
   }
   exitWanted_ = false;
-  // A dialog waits for its answer; the program can not end around it.
-  if (wxTheApp->GetMainLoop() != nullptr && wxEventLoopBase::GetActive() != wxTheApp->GetMainLoop()) {
+  // A dialog wants its answer first; the program can not end around it.
+  if (hooks_.dialogShown()) {
     SysTray_Restore_Click();
     return;
   }

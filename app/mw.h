@@ -56,6 +56,7 @@ struct MwHooks {
   std::function<void()> synchronize;       // shows the synchronisation window
   std::function<void()> placeSideWindows;  // beside Place()
   std::function<void()> cancelRun;         // has a run end between two files
+  std::function<bool()> dialogShown;       // whether a dialog waits for its answer
   std::function<bool()> readyToEnd;        // lets the other windows save; false when one of them wants to stay
   std::function<void()> endProgram;        // ends the event loop
 };

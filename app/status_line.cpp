@@ -14,7 +14,7 @@ const wxColour kNotFoundColour(0, 0, 255);
 }  // namespace
 
 StatusLine::StatusLine(wxWindow* parent)
-    : wxStatusBar(parent, wxID_ANY, wxSTB_DEFAULT_STYLE | wxFULL_REPAINT_ON_RESIZE) {
+    : wxStatusBar(parent, wxID_ANY, wxSTB_SIZEGRIP | wxSTB_ELLIPSIZE_END | wxFULL_REPAINT_ON_RESIZE) {
   constexpr std::array<int, kPanels> kShares{-4, -6, -2, -3};
   SetFieldsCount(kPanels, kShares.data());
   label_ = new wxStaticText(this, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize,

@@ -69,6 +69,7 @@ MwHooks Windows::HooksOfMain(std::function<void()> end) {
               [this] {
                 if (synchronisation_ != nullptr) synchronisation_->CancelRun();
               },
+          .dialogShown = [this] { return dialogs_.AnyShown(); },
           .readyToEnd = [this] { return ReadyToEnd(); },
           .endProgram = std::move(end)};
 }

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 #include <vector>
+#include <wx/modalhook.h>
 #include <wx/timer.h>
 #include <wx/weakref.h>
 
@@ -20,6 +21,23 @@
 #include "net/sync_window.h"
 
 namespace zelkor::app {
+
+// Knows whether a dialog waits for its answer, the system's own boxes too.
+class DialogWatch : private wxModalDialogHook {
+ public:
+  DialogWatch() { Register(); }
+  ~DialogWatch() override { Unregister(); }
+  [[nodiscard]] bool AnyShown() const { return shown_ > 0; }
+
+ private:
+  int Enter(wxDialog* /*dialog*/) override {
+    ++shown_;
+    return wxID_NONE;
+  }
+  void Exit(wxDialog* /*dialog*/) override { --shown_; }
+
+  int shown_ = 0;
+};
 
 // Every window of the program and the procedures behind them, for one run. They go with the object.
 class Windows {
@@ -47,6 +65,7 @@ class Windows {
 
   ProgramState& state_;
   WindowUser& user_;
+  DialogWatch dialogs_;
   WindowDesktop desktop_;
   db::ItemEditing editing_;
   MwCommands commands_;

@@ -229,6 +229,11 @@ void GuiTest::Screenshot(const std::string& name) {
   const char* folder = std::getenv("ZELKOR_SCREENSHOTS");
   if (folder == nullptr) return;
   Settle();
+  // The window system draws when it likes, and fades from one look to the next.
+  constexpr auto kDrawn = std::chrono::milliseconds(400);
+  for (const auto end = std::chrono::steady_clock::now() + kDrawn; std::chrono::steady_clock::now() < end;)
+    ServeEvents();
+  native::ForgetScreen();
   wxScreenDC screen;
   const wxSize size = screen.GetSize();
   wxBitmap picture(size);

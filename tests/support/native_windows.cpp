@@ -147,6 +147,15 @@ std::vector<Button> ToolButtons(void* window) {
   return buttons;
 }
 
+void ForgetScreen() {
+  GdkWindow* root = gdk_get_default_root_window();
+  G_GNUC_BEGIN_IGNORE_DEPRECATIONS
+  cairo_t* drawing = gdk_cairo_create(root);
+  G_GNUC_END_IGNORE_DEPRECATIONS
+  cairo_surface_mark_dirty(cairo_get_target(drawing));
+  cairo_destroy(drawing);
+}
+
 void ServerRoundTrip() { gdk_display_sync(gdk_display_get_default()); }
 
 }  // namespace zelkor::tests::native

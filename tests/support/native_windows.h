@@ -52,6 +52,9 @@ void Close(void* window);
 // The buttons of the toolbars in a window, by their captions.
 [[nodiscard]] std::vector<Button> ToolButtons(void* window);
 
+// Has the next look at the screen see what is there by then: the window system may keep an earlier picture of it.
+void ForgetScreen();
+
 // Returns when the display has dealt with everything sent to it.
 void ServerRoundTrip();
 

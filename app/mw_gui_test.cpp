@@ -1,0 +1,370 @@
+#include <array>
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+#include <wx/display.h>
+#include <wx/textctrl.h>
+
+#include "tests/support/program_with_windows.h"
+
+namespace zelkor::app {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using tests::ShownModal;
+
+class MwTest : public tests::ProgramWithWindows {
+ protected:
+  // The captions of a menu, "-" for a separator.
+  static std::vector<std::string> Captions(const wxMenu& menu) {
+    std::vector<std::string> captions;
+    for (const wxMenuItem* item : menu.GetMenuItems()) {
+      captions.push_back(item->IsSeparator() ? "-" : item->GetItemLabel().utf8_string());
+    }
+    return captions;
+  }
+  [[nodiscard]] wxColour SearchColour() { return SearchLabel().GetForegroundColour(); }
+  [[nodiscard]] db::frmItem& ItemDialog() { return windows_->Item(); }
+};
+
+const wxColour kRed(255, 0, 0);
+const wxColour kBlue(0, 0, 255);
+
+TEST_F(MwTest, HasTheMenusInTheirOrderWithTheirCaptions) {
+  Start({{"one"}});
+  wxMenuBar& bar = *Main().GetMenuBar();
+  ASSERT_EQ(bar.GetMenuCount(), 5U);
+  const std::vector<std::string> titles{"&File", "&Edit", "&View", "F&ilter", "&Help"};
+  for (std::size_t i = 0; i < titles.size(); ++i) EXPECT_EQ(bar.GetMenuLabel(i).utf8_string(), titles[i]);
+  EXPECT_THAT(Captions(*bar.GetMenu(0)), ElementsAre("S&ynchronize...", "&Settings", "&Computer &name...",
+                                                     "&ReMapping...", "&System tray", "-", "&Compact...", "E&xit"));
+  EXPECT_THAT(Captions(*bar.GetMenu(0)->FindItemByPosition(1)->GetSubMenu()),
+              ElementsAre("File &View types...", "File &Run types..."));
+  EXPECT_THAT(Captions(*bar.GetMenu(1)),
+              ElementsAre("&Properties...", "&Add...", "&Delete...", "List &files...", "-", "Auto", "On", "Off"));
+  EXPECT_THAT(Captions(*bar.GetMenu(2)), ElementsAre("&Icons", "&Small icons", "&List", "&Detailed list"));
+  EXPECT_THAT(Captions(*bar.GetMenu(3)),
+              ElementsAre("Default filter", "Select &all", "Select &deleted", "&Select...", "&Exclude..."));
+  EXPECT_THAT(Captions(*bar.GetMenu(4)),
+              ElementsAre("&Help  topics...", "-", "&Zelkor WWW forum...", "-", "&About Zelkor!..."));
+}
+
+TEST_F(MwTest, ShowsTheItemsInColumns) {
+  WriteNative(Home() / "a.txt", "x");
+  Start({{"one", "a b", 0, "c:\\a.txt", 1}, {"two", "", 0, "c:\\missing.txt"}});
+  EXPECT_EQ(Main().GetTitle(), "Zelkor! - office");
+  EXPECT_EQ(Main().Details().GetColumnCount(), 6);
+  EXPECT_THAT(Listed(0), ElementsAre("one", "two"));
+  EXPECT_THAT(Listed(2), ElementsAre("a b", ""));
+  EXPECT_THAT(Listed(3), ElementsAre("On", "Auto"));
+  EXPECT_NE(Listed(1)[0], "");
+  EXPECT_EQ(Listed(1)[1], "");
+  EXPECT_EQ(Panel(Panel::LastUpdate), Listed(1)[0]);
+  EXPECT_EQ(Panel(Panel::Selection), "Zelkor! Ver 2.23, Database:2 rec");
+  EXPECT_EQ(Panel(Panel::ItemNumber), "1 / 2");
+  Screenshot("main-details");
+}
+
+TEST_F(MwTest, SearchesAsTheUserTypes) {
+  Start({{"Xylophone"}, {"banana"}, {"Apple"}, {"cab"}});
+  Type("a");
+  EXPECT_EQ(Row(), 2);
+  EXPECT_EQ(SearchLabel().GetLabelText(), "a");
+  EXPECT_EQ(SearchColour(), kRed);
+  Type("b");
+  EXPECT_EQ(Row(), 4);
+  EXPECT_EQ(Panel(Panel::ItemNumber), "4 / 4");
+  Type("x");
+  EXPECT_EQ(SearchColour(), kBlue);
+  EXPECT_EQ(Row(), 4);
+  Press(WXK_BACK);
+  EXPECT_EQ(SearchLabel().GetLabelText(), "ab");
+  Press(WXK_BACK);
+  EXPECT_EQ(Row(), 2);
+  EXPECT_EQ(SearchColour(), kRed);
+  Press(WXK_ESCAPE);
+  EXPECT_EQ(SearchLabel().GetLabelText(), "");
+  EXPECT_EQ(Row(), 1);
+  EXPECT_EQ(SearchColour(), kRed);
+}
+
+TEST_F(MwTest, ShowsAnAmpersandThatIsSearchedFor) {
+  Start({{"one"}, {"Smith & Sons"}});
+  Press('7', wxMOD_SHIFT);  // "&" on the keyboard of the display
+  EXPECT_EQ(SearchLabel().GetLabelText(), "&");
+  EXPECT_EQ(Row(), 2);
+}
+
+TEST_F(MwTest, TakesABlankForTheSearchAndDoesNotToggleARow) {
+  Start({{"one"}, {"o ne"}});
+  Type("o ");
+  EXPECT_EQ(Row(), 2);
+  EXPECT_EQ(Main().Details().GetSelectedItemCount(), 1);
+}
+
+TEST_F(MwTest, ScrollsARowIntoViewThatTheSearchHasFound) {
+  std::vector<Given> items(300, Given{.description = "item"});
+  items[250].description = "needle";
+  Start(items);
+  Type("needle");
+  EXPECT_EQ(Row(), 251);
+  EXPECT_LE(Main().Details().GetTopItem(), 250);
+  EXPECT_GT(Main().Details().GetTopItem() + Main().Details().GetCountPerPage(), 250);
+}
+
+TEST_F(MwTest, SearchesInEveryView) {
+  Start({{"one"}, {"two"}, {"three"}});
+  int expected = 3;
+  for (const char key : {'i', 's', 'l', 'd'}) {
+    Menu('V', std::string(1, key));
+    Type(expected == 3 ? "thr" : "tw");
+    EXPECT_EQ(Row(), expected) << key;
+    Press(WXK_ESCAPE);
+    EXPECT_EQ(Row(), 1) << key;
+    expected = expected == 3 ? 2 : 3;
+  }
+}
+
+TEST_F(MwTest, SortsByAClickOnAColumnsHead) {
+  Start({{"b"}, {"c"}, {"a"}});
+  Click(Main().Details().ClientToScreen(wxPoint(30, 10)));
+  EXPECT_THAT(Listed(), ElementsAre("a", "b", "c"));
+  EXPECT_EQ(Row(), 2);
+  EXPECT_EQ(Panel(Panel::ItemNumber), "2 / 3");
+  Click(Main().Details().ClientToScreen(wxPoint(60, 10)));  // apart from the first one: no double click
+  EXPECT_THAT(Listed(), ElementsAre("c", "b", "a"));
+}
+
+TEST_F(MwTest, OpensThePropertiesByADoubleClick) {
+  Start({{"one"}, {"two"}});
+  DoubleClick(RowPlace(2));
+  EXPECT_TRUE(Until([&] { return ItemDialog().IsShown(); }));
+  EXPECT_EQ(ItemDialog().GetTitle(), "Item - [two]");
+  EXPECT_EQ(Row(), 2);
+}
+
+TEST_F(MwTest, OpensByTypeOnceForEnter) {
+  // The editor types of the configuration are txt and ini.
+  WriteNative(Home() / "a.txt", "text");
+  Start({{"one", "", 0, "c:\\a.txt"}});
+  Press(WXK_RETURN);
+  EXPECT_FALSE(ItemDialog().IsShown());
+  int editors = 0;
+  for (const wxWindow* window : wxTopLevelWindows) editors += window->GetLabel() == "Edit - c:\\a.txt" ? 1 : 0;
+  EXPECT_EQ(editors, 1);
+}
+
+TEST_F(MwTest, DoesNothingForEnterAndDoubleClickInAnEmptyList) {
+  Start({});
+  EXPECT_THAT(Listed(), IsEmpty());
+  EXPECT_EQ(Panel(Panel::ItemNumber), "0 / 0");
+  Press(WXK_RETURN);
+  Press(WXK_DOWN);
+  Press(WXK_UP);
+  const wxRect list = Main().Details().GetScreenRect();
+  DoubleClick(wxPoint(list.x + 40, list.y + 60));
+  EXPECT_FALSE(ItemDialog().IsShown());
+}
+
+TEST_F(MwTest, AppliesUnappliedEditsWhenAnotherRowIsClicked) {
+  Start({{"one"}, {"two"}});
+  DoubleClick(RowPlace(1));
+  ASSERT_TRUE(Until([&] { return ItemDialog().IsShown() && ItemDialog().IsActive(); }));
+  auto& description = dynamic_cast<wxTextCtrl&>(*Child(ItemDialog(), "Desc"));
+  description.SetFocus();
+  description.SelectAll();
+  Type("changed");
+  Click(RowPlace(2));
+  EXPECT_EQ(ItemFile().substr(512, 8), "changed ");
+  EXPECT_EQ(ItemDialog().GetTitle(), "Item - [two]");
+  EXPECT_THAT(Listed(), ElementsAre("changed", "two"));
+}
+
+TEST_F(MwTest, KeepsTheCurrentRowWhenTheEmptyPartOfTheListIsClicked) {
+  Start({{"one"}, {"two"}});
+  Click(RowPlace(2));
+  const wxRect list = Main().Details().GetScreenRect();
+  Click(wxPoint(list.x + 40, list.GetBottom() - 40));
+  EXPECT_EQ(Row(), 2);
+  EXPECT_EQ(Main().Details().GetSelectedItemCount(), 1);
+}
+
+TEST_F(MwTest, PopsUpTheEditMenuByTheRightButton) {
+  Start({{"one"}, {"two"}});
+  bool opened = false;
+  Main().Bind(wxEVT_MENU_OPEN, [&](wxMenuEvent&) {
+    opened = true;
+    Main().CallAfter([] {
+      wxUIActionSimulator keys;
+      Settle();
+      Screenshot("main-popup");
+      keys.Char('p');
+    });
+  });
+  Click(RowPlace(2), wxMOUSE_BTN_RIGHT);
+  EXPECT_TRUE(Until([&] { return ItemDialog().IsShown(); }));
+  EXPECT_TRUE(opened);
+  EXPECT_EQ(ItemDialog().GetTitle(), "Item - [two]");
+}
+
+TEST_F(MwTest, ShowsNoMenuForTheRightButtonInAnEmptyList) {
+  Start({});
+  bool opened = false;
+  Main().Bind(wxEVT_MENU_OPEN, [&](wxMenuEvent&) { opened = true; });
+  const wxRect list = Main().Details().GetScreenRect();
+  Click(wxPoint(list.x + 40, list.y + 60), wxMOUSE_BTN_RIGHT);
+  EXPECT_FALSE(opened);
+}
+
+TEST_F(MwTest, MakesItemsOfDroppedFiles) {
+  WriteNative(Home() / "one.txt", "x");
+  WriteNative(Home() / "two.txt", "x");
+  Start({});
+  wxArrayString files;
+  files.Add((Home() / "one.txt").string());
+  files.Add((Home() / "two.txt").string());
+  Main().List_OLEDragDrop(files);
+  EXPECT_THAT(Listed(), ElementsAre("one", "two"));
+  EXPECT_EQ(ItemFile().substr(0, 12), "c:\\one.txt  ");
+  EXPECT_EQ(Row(), 2);
+}
+
+TEST_F(MwTest, NamesADroppedFileThatItCanNotTake) {
+  Start({});
+  wxArrayString files;
+  files.Add((Home() / "bad:name").string());
+  files.Add((Home() / "good").string());
+  Expect([](ShownModal& box) {
+    EXPECT_THAT(box.Text(), HasSubstr("bad:name"));
+    box.Click("OK");
+  });
+  Main().List_OLEDragDrop(files);
+  EXPECT_THAT(Listed(), ElementsAre("good"));
+}
+
+TEST_F(MwTest, SwitchesTheViewsByTheirEntries) {
+  Start({{"one"}, {"two"}});
+  const wxMenuBar& bar = *Main().GetMenuBar();
+  const std::string keys = "isl";
+  for (int index = 0; index < 3; ++index) {
+    Menu('V', std::string(1, keys[static_cast<std::size_t>(index)]));
+    EXPECT_TRUE(Main().Tiles().IsShown());
+    EXPECT_FALSE(Main().Details().IsShown());
+    EXPECT_EQ(static_cast<int>(Main().Tiles().ShownMode()), index);
+    for (int entry = 0; entry < 4; ++entry) EXPECT_EQ(bar.IsChecked(View_View + entry), entry == index);
+    Screenshot("main-view-" + std::to_string(index));
+  }
+  Menu('V', "d");
+  EXPECT_TRUE(Main().Details().IsShown());
+  EXPECT_TRUE(bar.IsChecked(View_View + 3));
+}
+
+TEST_F(MwTest, SelectsAndOpensTilesByMouseAndKeyboard) {
+  Start({{"one"}, {"two"}, {"three"}});
+  for (const char key : {'i', 's', 'l'}) {
+    Menu('V', std::string(1, key));
+    const wxRect cell = Main().Tiles().ScreenCell(3);
+    Click(wxPoint(cell.x + cell.width / 2, cell.y + cell.height / 2));
+    EXPECT_EQ(Row(), 3);
+    Press(WXK_HOME);
+    EXPECT_EQ(Row(), 1);
+    Press(key == 'l' ? WXK_DOWN : WXK_RIGHT);
+    EXPECT_EQ(Row(), 2);
+    EXPECT_EQ(Panel(Panel::ItemNumber), "2 / 3");
+  }
+  const wxRect cell = Main().Tiles().ScreenCell(1);
+  DoubleClick(wxPoint(cell.x + cell.width / 2, cell.y + cell.height / 2));
+  EXPECT_TRUE(Until([&] { return ItemDialog().IsShown(); }));
+  EXPECT_EQ(ItemDialog().GetTitle(), "Item - [one]");
+}
+
+TEST_F(MwTest, TellsWhatThePanelsAreForInTheirTooltips) {
+  Start({{"one"}});
+  for (int panel = 0; panel < 3; ++panel) {
+    wxRect place;
+    ASSERT_TRUE(Status().GetFieldRect(panel, place));
+    wxUIActionSimulator().MouseMove(Status().ClientToScreen(place.GetPosition() + wxPoint(10, place.height / 2)));
+    Settle();
+    EXPECT_TRUE(Status().GetToolTipText().StartsWith(kPanelDescriptions[static_cast<std::size_t>(panel)]));
+  }
+  EXPECT_EQ(SearchLabel().GetToolTipText(), "Quicksearch. Type string to search");
+}
+
+TEST_F(MwTest, KeepsItsPlaceOverARestart) {
+  Start({{"one"}});
+  Main().SetSize(300, 120, 620, 440);
+  Settle();
+  const wxRect before = Main().GetRect();
+  Main().Close();
+  Settle();
+  EXPECT_TRUE(ended_);
+  EXPECT_THAT(SettingsText(), HasSubstr("FormWindowState=0\r\nFormLeft=" + std::to_string(before.x * 15) + "\r\n"));
+  EXPECT_THAT(SettingsText(), HasSubstr("FormWidth=" + std::to_string(before.width * 15) + "\r\n"));
+  End();
+  StartOnFiles();
+  ShowActive(Main());
+  EXPECT_EQ(Main().GetRect(), before);
+}
+
+TEST_F(MwTest, OpensAtTheTopRightEdgeWithoutSettings) {
+  Start({});
+  EXPECT_EQ(Main().Placed().left + Main().Placed().width, Main().Screen().width);
+  EXPECT_EQ(Main().Placed().top, 0);
+  EXPECT_EQ(Main().Placed().height, Main().Screen().height - 500);
+  EXPECT_EQ(Main().GetRect().GetRight() + 1, wxDisplay(0U).GetGeometry().width);
+  EXPECT_EQ(Main().GetRect().y, 0);
+}
+
+TEST_F(MwTest, LeavesTheStoredPlaceWhenClosedWhileMaximised) {
+  Settings(
+      "[Orlim]\r\nUser=Office\r\n[ZELKOR]\r\nFormLeft=1500\r\nFormTop=750\r\nFormWidth=7500\r\nFormHeight=6000\r\n");
+  Start({});
+  Main().Maximize();
+  ASSERT_TRUE(Until([&] { return Main().IsMaximized(); }));
+  Main().Close();
+  Settle();
+  EXPECT_THAT(SettingsText(), HasSubstr("FormLeft=1500\r\nFormTop=750\r\nFormWidth=7500\r\nFormHeight=6000\r\n"));
+  EXPECT_THAT(SettingsText(), testing::Not(HasSubstr("FormWindowState")));
+}
+
+TEST_F(MwTest, StartsMaximisedAndStillPlacesTheSideWindows) {
+  Settings("[Orlim]\r\nUser=Office\r\n[ZELKOR]\r\nFormWindowState=2\r\nFormLeft=1\r\nFormTop=1\r\n");
+  Start({{"one"}});
+  EXPECT_TRUE(Until([&] { return Main().IsMaximized(); }));
+  const int mainLeft = Main().Placed().left / 15;
+  EXPECT_NEAR(ItemDialog().GetPosition().x + ItemDialog().GetSize().x, mainLeft, 2);
+}
+
+TEST_F(MwTest, PlacesTheItemDialogFlushAgainstItsLeftEdge) {
+  Settings(
+      "[Orlim]\r\nUser=Office\r\n[ZELKOR]\r\nFormLeft=12000\r\nFormTop=450\r\nFormWidth=6000\r\nFormHeight=6000\r\n");
+  Start({{"one"}});
+  Menu('E', "p");
+  ASSERT_TRUE(Until([&] { return ItemDialog().IsShown() && ItemDialog().IsActive(); }));
+  Settle();
+  EXPECT_NEAR(ItemDialog().GetRect().GetRight() + 1, Main().GetRect().x, 2);
+  EXPECT_EQ(ItemDialog().GetRect().y, Main().GetRect().y);
+}
+
+TEST_F(MwTest, MovesASideWindowInThatWouldNotBeOnTheScreen) {
+  Settings("[Orlim]\r\nUser=Office\r\n[ZELKOR]\r\nFormLeft=0\r\nFormTop=450\r\nFormWidth=6000\r\nFormHeight=6000\r\n");
+  Start({{"one"}});
+  Menu('E', "p");
+  ASSERT_TRUE(Until([&] { return ItemDialog().IsShown() && ItemDialog().IsActive(); }));
+  EXPECT_TRUE(Until([&] { return ItemDialog().GetRect().x >= 0; }));
+}
+
+TEST_F(MwTest, StaysReachableWhenItsStoredPlaceIsOnNoScreen) {
+  Settings(
+      "[Orlim]\r\nUser=Office\r\n[ZELKOR]\r\nFormLeft=900000\r\nFormTop=900000\r\nFormWidth=0\r\nFormHeight=-7\r\n");
+  Start({{"one"}});
+  EXPECT_TRUE(wxDisplay(0U).GetGeometry().Contains(Main().GetRect().GetPosition()));
+  EXPECT_GT(Main().GetRect().width, 100);
+}
+
+}  // namespace
+}  // namespace zelkor::app
