@@ -171,7 +171,7 @@ int ShowCode(const std::string& programDir, PairingParty& party, Loop& loop) {
     outcome = offer.Look();
   }
   // The answer that tells the other computer is still on its way.
-  if (!outcome.pairedWith.empty()) loop.RunUntil([] { return lib::Interrupted(); }, 2 * kLook);
+  loop.RunUntil([] { return lib::Interrupted(); }, 2 * kLook);
   offer.End();
   if (outcome.pairedWith.empty()) {
     return Fail(outcome.attemptsLeft == 0 ? "Not paired: a wrong code came too often" : "Not paired");

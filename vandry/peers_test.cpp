@@ -518,8 +518,11 @@ TEST_F(PeersTest, AreBusyWhileSomethingIsOnItsWay) {
   const auto sent = StartSending(office, lap.Address(), "lap", office.settings.programDir + "out");
   EXPECT_TRUE(office.peers->Busy());
   ASSERT_TRUE(RunUntil([&] { return !lap.program.told.empty(); }));
+  // What nobody has taken keeps the sender, not the receiver.
+  EXPECT_FALSE(lap.peers->Busy());
+  const auto received = StartReceiving(lap, lap.settings.programDir + "lap.cas");
   EXPECT_TRUE(lap.peers->Busy());
-  EXPECT_TRUE(Await(StartReceiving(lap, lap.settings.programDir + "lap.cas")).Ok());
+  EXPECT_TRUE(Await(received).Ok());
   EXPECT_TRUE(Await(sent).Ok());
   EXPECT_FALSE(office.peers->Busy());
   EXPECT_FALSE(lap.peers->Busy());

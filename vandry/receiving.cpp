@@ -33,7 +33,11 @@ Receiving::Receiving(PeerContext& context, PeerUser& user, Inbox inbox)
 
 Receiving::~Receiving() = default;
 
-bool Receiving::Busy() const { return current_ && (current_->connection != nullptr || current_->done != nullptr); }
+bool Receiving::Busy() const {
+  // A file that waits for the program to take it is in nobody's way; its sender keeps it.
+  return current_ && (current_->done != nullptr || current_->stage == Current::Stage::Hashing ||
+                      current_->stage == Current::Stage::Flowing);
+}
 
 bool Receiving::Uses(const PeerConnection& connection) const {
   return (current_ && current_->connection.get() == &connection) ||
