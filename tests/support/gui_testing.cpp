@@ -32,11 +32,13 @@ void ServeEvents() {
 // Watches for modal windows and lets the test answer them; lives as long as a test.
 class ModalWatch : public wxTimer {
  public:
-  ModalWatch() { Start(10); }
+  ModalWatch() { Again(); }
 
   std::deque<std::function<void(ShownModal&)>> expected;
 
   void Notify() override {
+    // Each look has a timer of its own: within an answer, which runs inside this one, the system would hold it back.
+    Again();
     const auto now = std::chrono::steady_clock::now();
     for (void* window : native::ModalWindows()) {
       // The window keeps its own state: another one may come later under the same handle.
@@ -56,6 +58,8 @@ class ModalWatch : public wxTimer {
   }
 
  private:
+  void Again() { StartOnce(10); }
+
   void Answer(void* window, native::Watched& watched) {
     if (expected.empty()) {
       Close(window, "was not expected");
