@@ -24,7 +24,9 @@ frmListKt::frmListKt(wxWindow* parent, lib::ListDialog& dialog, lib::User& user)
     label->SetLabelText(lib::ToWx(dialog_.label));
     all->Add(label, wxSizerFlags().Border(wxLEFT | wxRIGHT | wxTOP, gap));
   }
-  List = new wxListBox(this, wxID_ANY, wxDefaultPosition, FromDIP(wxSize(300, 200)), 0, nullptr,
+  // Paths, which are only shown, are longer than the words that are edited.
+  const int width = (dialog_.options & lib::kListEdit) != 0 ? 300 : 480;
+  List = new wxListBox(this, wxID_ANY, wxDefaultPosition, FromDIP(wxSize(width, 240)), 0, nullptr,
                        wxLB_SINGLE | wxLB_HSCROLL | wxLB_NEEDED_SB);
   List->SetName("List");
   wxArrayString entries;
