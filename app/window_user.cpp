@@ -103,9 +103,12 @@ std::string WindowUser::Input(const std::string& prompt, const std::string& titl
 std::string WindowUser::ChooseFile(const std::string& title, const std::string& filter, const std::string& folder) {
   wxString start;
   if (const lib::Result<std::string> native = lib::ToNative(folder); native.Ok()) start = wxString::FromUTF8(*native);
-  const wxString pattern = lib::ToWx(filter.empty() ? "*.*" : filter);
-  wxFileDialog dialog(Owner(), TitleOf(title), start, wxString(), pattern + "|" + pattern,
-                      wxFD_OPEN | wxFD_FILE_MUST_EXIST);
+  const wxString shown = lib::ToWx(filter);
+  // Not everywhere does the system's pattern for all files need a dot in their names.
+  const wxString choice = filter.empty() || filter == "*.*"
+                              ? wxString("All files (*.*)|") + wxFileSelectorDefaultWildcardStr
+                              : shown + "|" + shown;
+  wxFileDialog dialog(Owner(), TitleOf(title), start, wxString(), choice, wxFD_OPEN | wxFD_FILE_MUST_EXIST);
   if (dialog.ShowModal() != wxID_OK) return {};
   const lib::Result<std::string> path = lib::FromNative(dialog.GetPath().utf8_string());
   if (path.Ok()) return *path;

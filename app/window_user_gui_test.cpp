@@ -97,5 +97,34 @@ TEST_F(WindowUserTest, ShowsNoWaitDialogForWhatHasComeAlready) {
   EXPECT_TRUE(user_.WaitFor("Communicating...", [] { return true; }));
 }
 
+TEST_F(WindowUserTest, TakesAFileThatTheUserChooses) {
+  WriteNative(Home() / "Docs/readme", "");
+  Expect([this](ShownModal& dialog) {
+    EXPECT_EQ(dialog.Title(), "File selection");
+    Screenshot("choose");
+    Type((Home() / "Docs/readme").c_str());
+    Press(WXK_RETURN);
+  });
+  EXPECT_EQ(user_.ChooseFile("File selection", "*.*", "c:\\Docs\\"), "c:\\Docs\\readme");
+}
+
+TEST_F(WindowUserTest, TakesNoFileOnCancel) {
+  Expect([](ShownModal&) { Press(WXK_ESCAPE); });
+  EXPECT_EQ(user_.ChooseFile("File selection", "*.*", ""), "");
+}
+
+TEST_F(WindowUserTest, SaysWhyAChosenFileCanNotBeUsed) {
+  WriteNative(Home() / "a:b", "");
+  Expect([this](ShownModal&) {
+    Type((Home() / "a:b").c_str());
+    Press(WXK_RETURN);
+  });
+  Expect([](ShownModal& box) {
+    EXPECT_NE(box.Text().find("\"a:b\""), std::string::npos);
+    box.Click("OK");
+  });
+  EXPECT_EQ(user_.ChooseFile("File selection", "*.*", ""), "");
+}
+
 }  // namespace
 }  // namespace zelkor::app
