@@ -36,6 +36,10 @@ std::string EncodeTarget(const Target& target) {
   PutDate(bytes, 16, target.lastExport);
   PutText(bytes, 24, 64, target.mediaPath);
   PutI16(bytes, 88, target.connectionType);
+  PutText(bytes, 90, 64, target.address);
+  PutText(bytes, 154, 32, target.userName);
+  PutText(bytes, 186, 32, target.password);
+  PutText(bytes, 218, 32, target.directory);
   bytes[250] = target.excludedByDefault ? '\1' : '\0';
   return bytes;
 }
@@ -47,6 +51,10 @@ Target DecodeTarget(const std::string& bytes) {
   target.lastExport = TakeDate(bytes, 16);
   target.mediaPath = TakeText(bytes, 24, 64);
   target.connectionType = TakeI16(bytes, 88);
+  target.address = TakeText(bytes, 90, 64);
+  target.userName = TakeText(bytes, 154, 32);
+  target.password = TakeText(bytes, 186, 32);
+  target.directory = TakeText(bytes, 218, 32);
   target.excludedByDefault = (bytes[250] & 1) != 0;
   return target;
 }

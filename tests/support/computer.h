@@ -39,6 +39,10 @@ struct Target {
   double lastExport = 0;
   int connectionType = 0;  // 0 File, 1 IP connection, 2 FTP
   bool excludedByDefault = false;
+  std::string address{};  // network address or FTP server
+  std::string userName{};
+  std::string password{};
+  std::string directory{};
 };
 
 // Faults below the program; tests/faults/faults.h says what the texts mean.
