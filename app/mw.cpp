@@ -291,6 +291,7 @@ void mw::View_View_Click(int index) {
   tiles_->Show(index != kDetails);
   Layout();
   Shown().ShowRows();
+  UpdateEntries();
   if (hadFocus || !Shown().Window().HasFocus()) Shown().Window().SetFocus();
 }
 
@@ -317,6 +318,7 @@ void mw::List_ItemClick(int row) { rows_.Select(row); }
 void mw::List_MouseUp(const wxPoint& place) {
   if (rows_.Count() == 0) return;
   const std::unique_ptr<wxMenu> menu(MakeEditMenu());
+  menu->UpdateUI(GetEventHandler());  // nobody else does it in time for a menu that is not on the bar
   PopupMenu(menu.get(), ScreenToClient(place));
 }
 
@@ -353,6 +355,7 @@ void mw::RowSelected() {
 void mw::ShowRowsNow() {
   rowsStale_ = false;
   Shown().ShowRows();
+  UpdateEntries();
 }
 
 void mw::ShowCurrentItem(const db::CurrentItem& item) {
@@ -361,14 +364,21 @@ void mw::ShowCurrentItem(const db::CurrentItem& item) {
   status_->Show(Panel::ItemNumber, std::to_string(item.row) + " / " + std::to_string(item.count));
   // What ShowStatus says stays until there is something new to say here.
   std::string selection = SelectionText(state_.catalogue);
-  if (selection == selectionText_) return;
-  selectionText_ = std::move(selection);
-  status_->Show(Panel::Selection, selectionText_);
+  if (selection != selectionText_) {
+    selectionText_ = std::move(selection);
+    status_->Show(Panel::Selection, selectionText_);
+  }
+  UpdateEntries();
+}
+
+void mw::UpdateEntries() {
+  UpdateWindowUI(wxUPDATE_UI_NONE);  // menus that are not open too, of whose keys some act at once
 }
 
 void mw::ShowStatus(const std::string& text) { status_->Show(Panel::Selection, text); }
 
 void mw::OccupationChanged() {
+  UpdateEntries();
   if (InHand()) return;
   if (currentStale_) {
     currentStale_ = false;
@@ -391,11 +401,16 @@ void mw::File_UserID_Click() {
 }
 
 void mw::File_SysTray_Click() {
-  sysTrayChecked_ = !sysTrayChecked_;
+  CheckSysTray(!sysTrayChecked_);
   if (!SetTrayIcon(sysTrayChecked_) && sysTrayChecked_) ShowStatus(kNoTray);
 }
 
 void mw::Help_About_Click() { frmSplash(this).ShowModal(); }
+
+void mw::CheckSysTray(bool checked) {
+  sysTrayChecked_ = checked;
+  UpdateEntries();
+}
 
 bool mw::SetTrayIcon(bool shown) {
   state_.trayFlag = shown;

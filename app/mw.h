@@ -75,7 +75,7 @@ class mw : public wxFrame, public MainView, public db::CurrentItemView {
   void ShowWindow() override;
   void Minimise() override;
   void ShowStatus(const std::string& text) override;
-  void CheckSysTray(bool checked) override { sysTrayChecked_ = checked; }
+  void CheckSysTray(bool checked) override;
   bool SetTrayIcon(bool shown) override;
   void EndProgram() override { hooks_.endProgram(); }
 
@@ -111,6 +111,7 @@ class mw : public wxFrame, public MainView, public db::CurrentItemView {
   void BindEntries();
   void OnEntry(int first, void (mw::*handler)());
   void OnArray(int first, int last, std::function<void(int)> handler);
+  void UpdateEntries();
   void OnUpdateUi(wxUpdateUIEvent& event);
   [[nodiscard]] bool Enabled(int entry) const;
   [[nodiscard]] bool Checked(int entry) const;

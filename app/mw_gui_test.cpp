@@ -196,9 +196,12 @@ TEST_F(MwTest, KeepsTheCurrentRowWhenTheEmptyPartOfTheListIsClicked) {
 TEST_F(MwTest, PopsUpTheEditMenuByTheRightButton) {
   Start({{"one"}, {"two"}});
   bool opened = false;
-  Main().Bind(wxEVT_MENU_OPEN, [&](wxMenuEvent&) {
+  Main().Bind(wxEVT_MENU_OPEN, [&](wxMenuEvent& event) {
     opened = true;
-    Main().CallAfter([] {
+    wxMenu* menu = event.GetMenu();
+    Main().CallAfter([menu] {
+      EXPECT_TRUE(menu->IsChecked(Edit_MemoST));
+      EXPECT_FALSE(menu->IsChecked(Edit_MemoST + 2));
       wxUIActionSimulator keys;
       Settle();
       Screenshot("main-popup");
