@@ -472,11 +472,13 @@ TEST_F(HostilePeerTest, WhoAsksWithoutListeningIsNotListenedTo) {
   std::string flood;
   // The answers are some 40 MB, more than the system takes in for the two ends of a connection.
   for (int i = 0; i < 1'000'000; ++i) AppendFrame(flood, FrameKind::Ask, std::to_string(i) + " x");
-  const std::size_t before = MemoryInUse();
+  [[maybe_unused]] const std::size_t before = MemoryInUse();
   const std::size_t taken = peer->WriteRaw(flood);
   EXPECT_LT(taken, flood.size()) << "everything was read although no answer was taken";
   // What waits here is bounded; the rest waits in the system's buffers and at the sender.
+#ifndef __SANITIZE_ADDRESS__  // which keeps what was freed
   EXPECT_LT(MemoryInUse() - before, 16U << 20);
+#endif
   EXPECT_TRUE(office.program.told.empty());
 }
 

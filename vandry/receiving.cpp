@@ -96,8 +96,7 @@ void Receiving::OfferCame(const std::shared_ptr<PeerConnection>& connection, con
 void Receiving::AnnounceNext() {
   if (current_ || waiting_.empty()) return;
   ++turn_;
-  current_.emplace();
-  static_cast<Incoming&>(*current_) = std::move(waiting_.front());
+  current_.emplace(std::move(waiting_.front()));
   waiting_.pop_front();
   Announce();
 }

@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "lib/files.h"
@@ -56,6 +57,8 @@ class Receiving {
   };
   // The file that the program was told about last.
   struct Current : Incoming {
+    explicit Current(Incoming incoming) : Incoming(std::move(incoming)) {}
+
     enum class Stage {
       Announced,  // the program has not answered yet
       Hashing,    // what is there already
