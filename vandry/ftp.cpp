@@ -128,8 +128,14 @@ struct Ftp::Transfer {
   FtpListing listing;
 };
 
-Ftp::Ftp(Loop& loop, Workers& workers, const Log& log, std::string dataFolder, Progress progress)
-    : loop_(loop), workers_(workers), log_(log), dataFolder_(std::move(dataFolder)), progress_(std::move(progress)) {
+Ftp::Ftp(Loop& loop, Workers& workers, const Log& log, std::string dataFolder, Progress progress,
+         std::chrono::milliseconds pause)
+    : loop_(loop),
+      workers_(workers),
+      log_(log),
+      dataFolder_(std::move(dataFolder)),
+      progress_(std::move(progress)),
+      pause_(pause) {
   SweepOldDownloads();
 }
 
@@ -179,7 +185,7 @@ void Ftp::ShowProgress(const Transfer& transfer, std::int64_t done, std::int64_t
 
 template <class Work>
 void Ftp::Start(std::shared_ptr<Transfer> transfer, Work work) {
-  job_ = workers_.Start([this, transfer = std::move(transfer), work](WorkerPort& port) {
+  job_ = workers_.Start([this, transfer = std::move(transfer), work, pause = pause_](WorkerPort& port) {
     auto shown = std::chrono::steady_clock::now() - kProgressStep;
     std::int64_t last = -1;
     const FtpOutside outside{
@@ -193,6 +199,7 @@ void Ftp::Start(std::shared_ptr<Transfer> transfer, Work work) {
               shown = now;
               port.Post([this, transfer, done, total] { ShowProgress(*transfer, done, total); });
             },
+        .pause = pause,
     };
     transfer->outcome = work(*transfer, outside);
     port.Post([this, transfer] { Receive(transfer); });

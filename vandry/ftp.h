@@ -2,6 +2,7 @@
 // never called. Paths are in the program's form.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -20,8 +21,10 @@ class Ftp {
   // How far a transfer is, in words for the user; a few times a second at most, and only when it moves.
   using Progress = std::function<void(const std::string& text)>;
 
-  // Unfinished transfers are kept in the folder `dataFolder`, which is made when it is needed.
-  Ftp(Loop& loop, Workers& workers, const Log& log, std::string dataFolder, Progress progress);
+  // Unfinished transfers are kept in the folder `dataFolder`, which is made when it is needed. A broken one is gone on
+  // with after a pause.
+  Ftp(Loop& loop, Workers& workers, const Log& log, std::string dataFolder, Progress progress,
+      std::chrono::milliseconds pause = std::chrono::seconds{1});
   ~Ftp();
   Ftp(const Ftp&) = delete;
   Ftp& operator=(const Ftp&) = delete;
@@ -53,6 +56,7 @@ class Ftp {
   const Log& log_;
   std::string dataFolder_;
   Progress progress_;
+  std::chrono::milliseconds pause_;
   Workers::Job job_;
 };
 

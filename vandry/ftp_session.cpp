@@ -22,6 +22,9 @@ constexpr long kForGood = 500;
 constexpr long kNoRoomNow = 452;
 constexpr long kNoRoom = 552;
 constexpr long kNotThere = 550;
+constexpr long kGoingAway = 421;
+constexpr long kReady = 220;      // somebody who has just come is greeted
+constexpr long kEncrypted = 234;  // RFC 4217, section 4: encryption begins
 
 // "226 Transfer complete." The number, when the line is the last one of an answer.
 std::optional<long> AnswerNumber(std::string_view line) {
@@ -53,22 +56,45 @@ class CommandList {
 };
 
 Kind KindOfRefusal(long number) {
+  if (number < kFirstRefusal) return Kind::Lost;  // none: the connection ended before the answer
   if (number == kNoRoom || number == kNoRoomNow) return Kind::ServerFull;
   return number >= kForGood ? Kind::Refused : Kind::TryLater;
+}
+
+// libcurl from 7.87 to before 8.0 forgets to encrypt a data connection that the server makes
+// (https://github.com/curl/curl/issues/10666).
+bool ForgetsToEncryptActive() {
+  constexpr unsigned kBroken = 0x075700;
+  constexpr unsigned kMended = 0x080000;
+  const unsigned version = curl_version_info(CURLVERSION_NOW)->version_num;
+  return version >= kBroken && version < kMended;
+}
+
+// Whether the server's last number is what the failure is about, and not of something before it.
+bool IsRefusal(Kind kind) {
+  switch (kind) {
+    case Kind::NoFile:
+    case Kind::NoDirectory:
+    case Kind::LoginRefused:
+    case Kind::Refused:
+    case Kind::ServerFull:
+    case Kind::TryLater:
+      return true;
+    default:
+      return false;
+  }
 }
 
 }  // namespace
 
 struct FtpSession::State {
   State(const FtpSettings& ftpSettings, const FtpPlace& ftpPlace, const std::function<bool()>& isStopped)
-      : settings(ftpSettings), place(ftpPlace), stopped(isStopped), easy(curl_easy_init()) {}
+      : settings(ftpSettings), place(ftpPlace), stopped(isStopped), multi(curl_multi_init()), easy(curl_easy_init()) {}
   ~State() {
     // Otherwise libcurl would say good-bye and wait for an answer, for as long as two minutes.
-    curl_socket_t connection = CURL_SOCKET_BAD;
-    if (curl_easy_getinfo(easy, CURLINFO_ACTIVESOCKET, &connection) == CURLE_OK && connection != CURL_SOCKET_BAD) {
-      lib::HangUp(static_cast<lib::Handle>(connection));
-    }
+    if (connection != CURL_SOCKET_BAD) lib::HangUp(static_cast<lib::Handle>(connection));
     curl_easy_cleanup(easy);
+    curl_multi_cleanup(multi);
   }
   State(const State&) = delete;
   State& operator=(const State&) = delete;
@@ -79,6 +105,11 @@ struct FtpSession::State {
   }
   void Prepare(const std::string& name);
   void SetTls() const;
+  [[nodiscard]] bool MustConnectFirst() const {
+    return settings.active && settings.tls != FtpSettings::Tls::Never && connection == CURL_SOCKET_BAD &&
+           ForgetsToEncryptActive();
+  }
+  CURLcode Perform();
   FtpAnswer Run();
   [[nodiscard]] Kind KindOf(CURLcode code, long number) const;
   void TakeWords(FtpAnswer& answer, CURLcode code) const;
@@ -92,7 +123,10 @@ struct FtpSession::State {
   const FtpSettings& settings;
   const FtpPlace& place;
   const std::function<bool()>& stopped;
+  CURLM* multi;
   CURL* easy;
+  curl_socket_t connection = CURL_SOCKET_BAD;  // kept for the next request
+  bool encrypted = false;
   bool makeDirectories = false;
   Progress progress;
 
@@ -112,6 +146,8 @@ std::size_t FtpSession::State::OnHeader(char* bytes, std::size_t size, std::size
   const std::string_view line(bytes, size * count);
   if (const std::optional<long> number = AnswerNumber(line)) {
     state.lastNumber = *number;
+    if (*number == kReady) state.encrypted = false;
+    if (*number == kEncrypted) state.encrypted = true;
     state.lastLine = line;
   }
   return line.size();
@@ -193,7 +229,7 @@ void FtpSession::State::Prepare(const std::string& name) {
   Set(CURLOPT_LOW_SPEED_TIME, patience);
   Set(CURLOPT_BUFFERSIZE, 256L * 1024);
   Set(CURLOPT_UPLOAD_BUFFERSIZE, 256L * 1024);
-  if (settings.active) Set(CURLOPT_FTPPORT, "-");
+  if (settings.active && !(encrypted && ForgetsToEncryptActive())) Set(CURLOPT_FTPPORT, "-");
   if (makeDirectories) Set(CURLOPT_FTP_CREATE_MISSING_DIRS, static_cast<long>(CURLFTP_CREATE_DIR_RETRY));
   SetTls();
   Set(CURLOPT_HEADERFUNCTION, &OnHeader);
@@ -218,17 +254,10 @@ Kind FtpSession::State::KindOf(CURLcode code, long number) const {
       return Kind::NoHost;
     case CURLE_COULDNT_CONNECT:
       return Kind::NotReached;
-    case CURLE_LOGIN_DENIED:
-      return Kind::LoginRefused;
-    case CURLE_REMOTE_FILE_NOT_FOUND:
-      return Kind::NoFile;
-    case CURLE_REMOTE_ACCESS_DENIED:
-      return number == kNotThere || number == 0 ? Kind::NoDirectory : KindOfRefusal(number);
-    case CURLE_REMOTE_DISK_FULL:
-      return Kind::ServerFull;
     case CURLE_OPERATION_TIMEDOUT:
     case CURLE_FTP_ACCEPT_TIMEOUT:
-      return Kind::TimedOut;
+      // libcurl also calls it a time-out when a server turns somebody away who has just come.
+      return number == kGoingAway ? Kind::TryLater : Kind::TimedOut;
     case CURLE_USE_SSL_FAILED:
     case CURLE_SSL_CONNECT_ERROR:
     case CURLE_PEER_FAILED_VERIFICATION:
@@ -237,13 +266,23 @@ Kind FtpSession::State::KindOf(CURLcode code, long number) const {
     case CURLE_SSL_CERTPROBLEM:
     case CURLE_SSL_ISSUER_ERROR:
       return Kind::TlsFailed;
+    case CURLE_SEND_ERROR:
+    case CURLE_RECV_ERROR:
+    case CURLE_GOT_NOTHING:
+      return number == kGoingAway ? Kind::TryLater : Kind::Lost;
+    case CURLE_LOGIN_DENIED:
+      return number == kGoingAway ? Kind::TryLater : Kind::LoginRefused;
+    case CURLE_REMOTE_FILE_NOT_FOUND:
+      return Kind::NoFile;
+    case CURLE_REMOTE_ACCESS_DENIED:
+      return number == kNotThere ? Kind::NoDirectory : KindOfRefusal(number);
+    case CURLE_REMOTE_DISK_FULL:
+      return Kind::ServerFull;
     case CURLE_FTP_COULDNT_RETR_FILE:
-      if (number == kNotThere) return Kind::NoFile;
-      break;
+      return number == kNotThere ? Kind::NoFile : KindOfRefusal(number);
     default:
-      break;
+      return KindOfRefusal(number);
   }
-  return number >= kFirstRefusal ? KindOfRefusal(number) : Kind::Lost;
 }
 
 void FtpSession::State::TakeWords(FtpAnswer& answer, CURLcode code) const {
@@ -261,16 +300,35 @@ void FtpSession::State::TakeWords(FtpAnswer& answer, CURLcode code) const {
   }
 }
 
+// As curl_easy_perform, which may sleep for a second when a server on the same computer answers at once.
+CURLcode FtpSession::State::Perform() {
+  constexpr int kLookStep = 20;  // milliseconds
+  curl_multi_add_handle(multi, easy);
+  CURLcode code = CURLE_OK;
+  for (int running = 1; running != 0 && code == CURLE_OK;) {
+    if (stopped() || curl_multi_perform(multi, &running) != CURLM_OK) code = CURLE_ABORTED_BY_CALLBACK;
+    if (running != 0 && code == CURLE_OK) curl_multi_poll(multi, nullptr, 0, kLookStep, nullptr);
+  }
+  int left = 0;
+  while (const CURLMsg* message = curl_multi_info_read(multi, &left)) {
+    if (message->msg == CURLMSG_DONE && code == CURLE_OK) code = message->data.result;
+  }
+  connection = CURL_SOCKET_BAD;
+  curl_easy_getinfo(easy, CURLINFO_ACTIVESOCKET, &connection);
+  curl_multi_remove_handle(multi, easy);
+  return code;
+}
+
 FtpAnswer FtpSession::State::Run() {
   FtpAnswer answer;
   if (stopped()) {
     answer.kind = Kind::Stopped;
     return answer;
   }
-  const CURLcode code = curl_easy_perform(easy);
+  const CURLcode code = Perform();
   answer.kind = KindOf(code, lastNumber);
   if (!answer.Ok()) {
-    if (lastNumber >= kFirstRefusal) answer.number = static_cast<int>(lastNumber);
+    if (lastNumber >= kFirstRefusal && IsRefusal(answer.kind)) answer.number = static_cast<int>(lastNumber);
     TakeWords(answer, code);
     return answer;
   }
@@ -295,7 +353,11 @@ FtpAnswer FtpSession::Look(const std::string& name) {
   return state_->Run();
 }
 
+// Where it matters for a transfer whether the connection is encrypted, it is made before.
+FtpAnswer FtpSession::Connect() { return state_->MustConnectFirst() ? Give({}) : FtpAnswer(); }
+
 FtpAnswer FtpSession::List(const std::string& command, const Writer& writer) {
+  if (FtpAnswer connected = Connect(); !connected.Ok()) return connected;
   state_->Prepare("");
   state_->Set(CURLOPT_CUSTOMREQUEST, command.c_str());
   state_->writer = &writer;
@@ -303,6 +365,7 @@ FtpAnswer FtpSession::List(const std::string& command, const Writer& writer) {
 }
 
 FtpAnswer FtpSession::Send(const std::string& name, std::int64_t offset, std::int64_t size, const Reader& reader) {
+  if (FtpAnswer connected = Connect(); !connected.Ok()) return connected;
   state_->Prepare(name);
   state_->Set(CURLOPT_UPLOAD, 1L);
   state_->Set(CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(size));
@@ -318,6 +381,7 @@ FtpAnswer FtpSession::Send(const std::string& name, std::int64_t offset, std::in
 }
 
 FtpAnswer FtpSession::Get(const std::string& name, std::int64_t offset, const Writer& writer) {
+  if (FtpAnswer connected = Connect(); !connected.Ok()) return connected;
   state_->Prepare(name);
   state_->Set(CURLOPT_RESUME_FROM_LARGE, static_cast<curl_off_t>(offset));
   state_->writer = &writer;

@@ -74,6 +74,8 @@ class FtpSession {
   [[nodiscard]] FtpAnswer Give(const std::vector<std::string>& commands);
 
  private:
+  FtpAnswer Connect();
+
   struct State;
   std::unique_ptr<State> state_;
 };
