@@ -1,18 +1,23 @@
 # The commands of the project; cmake does the work. Each installs what it needs from Debian's packages first.
 
 JOBS ?= $(shell nproc)
+# Where make install puts everything, below DESTDIR if given.
+PREFIX ?= /usr/local
 # Seconds that each fuzz target runs.
 FUZZ_SECONDS ?= 60
 
 SOURCES = $(shell git ls-files '*.cpp' '*.h' '*.c')
 
 .DEFAULT_GOAL := help
-.PHONY: help run test build bench demo deps format format-check tidy fuzz clean
+.PHONY: help run test build install deb bench demo deps format format-check tidy fuzz clean
 
 help:
-	@echo "make run           the program: for now the demo, two computers kept in step"
+	@echo "make run           the program; where there is no display the demo, two computers kept in step"
 	@echo "make test          all tests, optimised and under the sanitizers"
 	@echo "make build         the program as build/zelkor, and build/vandry, which goes to other computers"
+	@echo "make install       the program, its help, icons and manual pages below PREFIX=$(PREFIX);"
+	@echo "                   DESTDIR is put before it"
+	@echo "make deb           a Debian package of all that, in build/"
 	@echo "make demo          two computers on this machine; KEEP=1 leaves their folders"
 	@echo "make bench         speed beside tar, cp, rsync and unison; writes docs/performance.md"
 	@echo "                   (MEDIUM=FOLDER: on that file system, not in memory)"
@@ -22,10 +27,14 @@ help:
 	@echo "make deps          everything that the commands above need"
 	@echo "make clean         removes build/"
 
-# The windows are not part of this release, so a display makes no difference yet.
-run:
-	@[ -z "$$DISPLAY$$WAYLAND_DISPLAY" ] || echo "The main window is not part of this release; here is the demo."
-	@$(MAKE) --no-print-directory demo
+run: build
+	@cmake/deps.sh run
+	@if [ -n "$$DISPLAY$$WAYLAND_DISPLAY" ]; then \
+	  build/zelkor; \
+	else \
+	  echo "There is no display; here is the demo."; \
+	  $(MAKE) --no-print-directory demo; \
+	fi
 
 build:
 	@cmake/deps.sh build
@@ -33,7 +42,20 @@ build:
 	@cmake --build --preset release -j $(JOBS) --target zelkor vandry
 	@ln -f build/release/app/zelkor build/zelkor
 	@ln -f build/release/vandry/vandry build/vandry
+	@ln -f build/release/app/zelkor.hlp build/zelkor.hlp
 	@echo "build/zelkor and build/vandry are ready."
+
+install:
+	@cmake/deps.sh install
+	@cmake --preset release >/dev/null
+	@cmake --build --preset release -j $(JOBS) --target zelkor vandry zelkor_pictures
+	@DESTDIR='$(DESTDIR)' cmake --install build/release --prefix '$(PREFIX)' --strip >/dev/null
+	@[ -n '$(DESTDIR)' ] || packaging/tell_desktop.sh '$(PREFIX)'
+	@echo "Installed below $(DESTDIR)$(PREFIX)."
+
+deb:
+	@cmake/deps.sh deb
+	@packaging/deb.sh $(JOBS)
 
 test:
 	@cmake/deps.sh test
@@ -50,7 +72,7 @@ bench: build
 	@python3 bench/bench.py --build build/release --report docs/performance.md $(if $(MEDIUM),--medium '$(MEDIUM)')
 
 deps:
-	@cmake/deps.sh build test demo bench tidy format fuzz
+	@cmake/deps.sh build run install deb test demo bench tidy format fuzz
 
 format:
 	@cmake/deps.sh format

@@ -46,14 +46,15 @@ lib::Status PlaceHelpFile(std::string_view programDir, std::string_view executab
   return stored.Ok() || lib::FileExists(path) ? lib::Status() : stored;
 }
 
-void OpenHelp(std::string_view programDir, lib::User& user) {
+bool OpenHelp(std::string_view programDir, lib::User& user) {
   const lib::Result<std::string> executable = lib::ExecutablePath();
   const std::string executableDir = executable.Ok() ? lib::DirectoryPart(*executable) : std::string(programDir);
   if (const lib::Status placed = PlaceHelpFile(programDir, executableDir); !placed.Ok()) {
     user.Message(placed.Message(), lib::Icon::Critical);
-    return;
+    return false;
   }
   lib::ShellOpen(HelpFile(programDir));
+  return true;
 }
 
 }  // namespace zelkor::app

@@ -18,7 +18,7 @@ namespace zelkor::app {
 // its directory when it is installed. Fails when there is no help file at all; an older one is better than none.
 [[nodiscard]] lib::Status PlaceHelpFile(std::string_view programDir, std::string_view executableDir);
 
-// Opens the help file with the program that the desktop shows it in; a message when there is none.
-void OpenHelp(std::string_view programDir, lib::User& user);
+// Opens the help file with the program that the desktop shows it in; a message, and false, when there is none.
+bool OpenHelp(std::string_view programDir, lib::User& user);
 
 }  // namespace zelkor::app

@@ -5,12 +5,14 @@
 #include <vector>
 
 #include "app/console_user.h"
+#include "app/help_file.h"
 #include "app/startup.h"
 #include "app/windows.h"
 #include "db/memory_rows.h"
 #include "lib/format.h"
 #include "lib/native_path.h"
 #include "lib/run_time_error.h"
+#include "lib/shell.h"
 #include "lib/terminal.h"
 #include "lib/version.h"
 #include "sync/damaged.h"
@@ -29,6 +31,7 @@ constexpr const char* kHelp =
     "                           file; \"\" stands for the target's own folder.\n"
     "  /select:CODE,...         only items that carry all of these codes\n"
     "  /exclude:CODE,...        no items that carry one of these codes\n"
+    "  --show-help              opens the help in the desktop's viewer\n"
     "  --help                   this text\n"
     "  --version                the version\n"
     "\n"
@@ -40,6 +43,22 @@ constexpr const char* kHelp =
 
 std::string Version() {
   return "Zelkor " + zelkor::lib::FormatTwoDecimals(zelkor::lib::kProgramVersion / 100.0) + "\n";
+}
+
+// Shows the program's own help, or one that is named (the desktop does that for a help file that was opened there).
+int ShowHelp(const std::string& named) {
+  zelkor::app::ConsoleUser user;
+  if (!named.empty()) {
+    const zelkor::lib::Result<std::string> path = zelkor::lib::FromCommandLine(named, zelkor::lib::StartDirectory());
+    if (path.Ok()) zelkor::lib::ShellOpen(*path);
+    return path.Ok() ? zelkor::sync::kStatusDone : zelkor::sync::kStatusNothingDone;
+  }
+  const zelkor::lib::Result<std::string> programDir = zelkor::lib::FindProgramDir();
+  if (!programDir.Ok()) {
+    user.Message(programDir.Failure().Message(), zelkor::lib::Icon::Critical);
+    return zelkor::sync::kStatusNothingDone;
+  }
+  return zelkor::app::OpenHelp(*programDir, user) ? zelkor::sync::kStatusDone : zelkor::sync::kStatusNothingDone;
 }
 
 // A run that shows no window and needs no display. Run-time errors that nothing catches end here.
@@ -69,6 +88,7 @@ int main(int argc, char** argv) {
     }
   }
   zelkor::lib::UseLocaleOfEnvironment();
+  if (!arguments.empty() && arguments[0] == "--show-help") return ShowHelp(arguments.size() > 1 ? arguments[1] : "");
   const std::string startDirectory = zelkor::lib::StartDirectory();
   std::vector<zelkor::app::Word> words;
   try {

@@ -1,19 +1,27 @@
 #!/bin/sh
-# Installs what is missing of Debian's packages for one or more jobs: deps.sh build test tidy format bench demo fuzz.
+# Installs what is missing of Debian's packages for one or more jobs: deps.sh build run install deb test tidy format bench
+# demo fuzz.
 # Says nothing and takes no time when everything is there. Never asks a question.
 set -eu
 
 # What every build needs, and what the tests of windows need beside it.
-build="cmake ninja-build g++ ccache libgtest-dev libgmock-dev libwxgtk3.2-dev libcurl4-openssl-dev libssl-dev"
-display="xvfb fluxbox x11-utils libgtk-3-dev pkg-config adwaita-icon-theme fonts-dejavu-core"
+build="cmake ninja-build g++ ccache libgtest-dev libgmock-dev libwxgtk3.2-dev libgtk-3-dev pkg-config libcurl4-openssl-dev libssl-dev"
+display="xvfb fluxbox x11-utils adwaita-icon-theme fonts-dejavu-core"
+
+# The icons of an installed program, and what looks at an installation.
+pictures="librsvg2-bin"
+validators="desktop-file-utils appstream shared-mime-info libglib2.0-bin groff-base"
 
 packages=""
 for job in "$@"; do
   case $job in
     build | demo) packages="$packages $build" ;;
+    run) packages="$packages $build xdg-utils" ;;
+    install) packages="$packages $build $pictures" ;;
+    deb) packages="$packages $build $pictures debhelper dpkg-dev lintian" ;;
     test | bench)
       # tar, cp and sync are essential packages; mount and mkfs.ext4 are used only when root runs the benchmarks.
-      packages="$packages $build gcc python3 rsync unison openssl iproute2 $display"
+      packages="$packages $build gcc python3 rsync unison openssl iproute2 $display $pictures $validators"
       [ "$job" = test ] || packages="$packages e2fsprogs mount"
       ;;
     tidy) packages="$packages $build $display clang-tidy python3" ;;

@@ -22,6 +22,9 @@ endfunction()
 
 # zelkor_tests(NAME SOURCES … USES …): a test program `NAME`, each of its tests known to ctest.
 function(zelkor_tests name)
+  if(NOT BUILD_TESTING)
+    return()
+  endif()
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;USES")
   zelkor_all_listed("*_test.cpp" "_gui_test[.]cpp$" "${arg_SOURCES}")
   add_executable(${name} ${arg_SOURCES})
@@ -49,6 +52,9 @@ endfunction()
 # zelkor_gui_tests(NAME SOURCES … USES …): a test program of windows; each of its tests runs in a display of its own.
 # Its sources are called *_gui_test.cpp, and each of the folder must be listed.
 function(zelkor_gui_tests name)
+  if(NOT BUILD_TESTING)
+    return()
+  endif()
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;USES")
   zelkor_all_listed("*_gui_test.cpp" "" "${arg_SOURCES}")
   add_executable(${name} ${arg_SOURCES})
