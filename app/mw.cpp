@@ -433,8 +433,9 @@ void mw::Form_Resize(wxIconizeEvent& event) {
 void mw::Minimise() { Iconize(true); }
 
 void mw::SysTray_Restore_Click() {
-  Show();
+  // In this order: shown while it still counts as minimised, the window may come back as such.
   Iconize(false);
+  Show();
   Raise();
   Shown().Window().SetFocus();
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <gtk/gtk.h>
+#include <string_view>
 
 namespace zelkor::tests::native {
 
@@ -145,6 +146,30 @@ std::vector<Button> ToolButtons(void* window) {
   std::vector<Button> buttons;
   CollectToolButtons(GTK_WIDGET(window), &buttons);
   return buttons;
+}
+
+bool MenuIsOpen() { return GTK_IS_MENU(gtk_grab_get_current()) != 0; }
+
+std::optional<wxPoint> TrayIcon() {
+  std::optional<wxPoint> centre;
+  GList* windows = gtk_window_list_toplevels();
+  for (GList* link = windows; link != nullptr; link = link->next) {
+    auto* widget = GTK_WIDGET(link->data);
+    // The icon is a window of ours that the tray has taken in.
+    if (std::string_view(G_OBJECT_TYPE_NAME(widget)) != "GtkTrayIcon" || !gtk_widget_get_mapped(widget)) continue;
+    GdkWindow* window = gtk_widget_get_window(widget);
+    int x = 0;
+    int y = 0;
+    gdk_window_get_origin(window, &x, &y);
+    centre = wxPoint(x + gdk_window_get_width(window) / 2, y + gdk_window_get_height(window) / 2);
+  }
+  g_list_free(windows);
+  return centre;
+}
+
+void TakeTrayAway() {
+  gdk_selection_owner_set(nullptr, gdk_atom_intern_static_string("_NET_SYSTEM_TRAY_S0"), GDK_CURRENT_TIME, FALSE);
+  ServerRoundTrip();
 }
 
 void ForgetScreen() {

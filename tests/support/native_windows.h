@@ -52,6 +52,14 @@ void Close(void* window);
 // The buttons of the toolbars in a window, by their captions.
 [[nodiscard]] std::vector<Button> ToolButtons(void* window);
 
+// Whether a menu is open and takes the keys.
+[[nodiscard]] bool MenuIsOpen();
+
+// The middle of this program's icon in the system tray, on the screen; nothing when there is no icon.
+[[nodiscard]] std::optional<wxPoint> TrayIcon();
+// Has the display be one without a system tray from now on.
+void TakeTrayAway();
+
 // Has the next look at the screen see what is there by then: the window system may keep an earlier picture of it.
 void ForgetScreen();
 

@@ -1,0 +1,93 @@
+// The largest list that there can be, in every view.
+
+#include <cstdint>
+#include <ctime>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+#include "tests/support/program_with_windows.h"
+
+namespace zelkor::app {
+namespace {
+
+class MwSpeed : public tests::ProgramWithWindows {
+ protected:
+  static constexpr int kItems = 9999;
+#ifdef __SANITIZE_ADDRESS__
+  static constexpr double kAllowance = 10;  // the sanitizers take their time
+#else
+  static constexpr double kAllowance = 1;
+#endif
+
+  void StartWithAll() {
+    std::vector<Given> items;
+    items.reserve(kItems);
+    for (int i = 1; i <= kItems; ++i) {
+      items.push_back({.description = "Item " + std::to_string(i), .codes = "work c" + std::to_string(i % 50)});
+    }
+    Start(items);
+  }
+  // Milliseconds of the processor that `work` takes with all that it causes: what a person waits for on a computer
+  // that has nothing else to do.
+  template <class Work>
+  static double Milliseconds(const Work& work) {
+    const std::clock_t begin = std::clock();
+    work();
+    Settle();
+    return 1000.0 * static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
+  }
+};
+
+TEST_F(MwSpeed, FillsTheListInUnder300MillisecondsInEveryView) {
+  StartWithAll();
+  for (int view = 0; view < 4; ++view) {
+    Main().View_View_Click(view);
+    Settle();
+    const double took = Milliseconds([this] { windows_->Commands().Filter_SelectAll(); });
+    EXPECT_LT(took, 300 * kAllowance) << "view " << view;
+    EXPECT_EQ(Panel(Panel::ItemNumber), "1 / 9999");
+    RecordProperty("view" + std::to_string(view), std::to_string(took));
+    const double switched = Milliseconds([&] { Main().View_View_Click((view + 1) % 4); });
+    EXPECT_LT(switched, 100 * kAllowance) << "from view " << view;
+  }
+}
+
+TEST_F(MwSpeed, AnswersEachKeyOfTheSearchWithin16Milliseconds) {
+  StartWithAll();
+  for (int view = 0; view < 4; ++view) {
+    Main().View_View_Click(view);
+    Press(WXK_ESCAPE);
+    for (const char key : std::string("item 9998")) {
+      wxKeyEvent event(wxEVT_CHAR);
+      event.m_keyCode = key;
+      event.m_uniChar = key;
+      wxWindow& shown = view == 3 ? static_cast<wxWindow&>(Main().Details()) : Main().Tiles();
+      const std::clock_t begin = std::clock();
+      shown.ProcessWindowEvent(event);
+      const double took = 1000.0 * static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
+      EXPECT_LT(took, 16 * kAllowance) << "view " << view << " key " << key;
+    }
+    Settle();
+    EXPECT_EQ(Panel(Panel::ItemNumber), "9998 / 9999");
+  }
+}
+
+TEST_F(MwSpeed, SortsAndScrollsThroughAllRows) {
+  StartWithAll();
+  EXPECT_LT(Milliseconds([this] { Main().List_ColumnClick(1); }), 300 * kAllowance);
+  EXPECT_LT(Milliseconds([this] { Main().List_ColumnClick(3); }), 300 * kAllowance);
+  for (int view = 0; view < 4; ++view) {
+    Main().View_View_Click(view);
+    Settle();
+    Press(WXK_END);
+    EXPECT_EQ(Row(), kItems) << view;
+    Press(WXK_PAGEUP);
+    EXPECT_LT(Row(), kItems) << view;
+    Press(WXK_HOME);
+    EXPECT_EQ(Row(), 1) << view;
+  }
+}
+
+}  // namespace
+}  // namespace zelkor::app
