@@ -16,6 +16,64 @@ LogList::LogList(wxWindow* parent)
     FitColumn();
     CallAfter([this] { KeepNewestInView(); });
   });
+  // The list itself can not extend a selection that was not made by a key or a click.
+  Bind(wxEVT_KEY_DOWN, &LogList::List_KeyDown, this);
+  for (wxWindow* part : GetChildren()) {
+    part->Bind(wxEVT_LEFT_DOWN, [this, part](wxMouseEvent& event) { List_LeftDown(event, *part); });
+  }
+}
+
+std::optional<long> LogList::PlaceAfter(const wxKeyEvent& key) const {
+  const long last = GetItemCount() - 1L;
+  switch (key.GetKeyCode()) {
+    case WXK_UP:
+      return GetFocusedItem() - 1;
+    case WXK_DOWN:
+      return GetFocusedItem() + 1;
+    case WXK_PAGEUP:
+      return GetFocusedItem() - GetCountPerPage();
+    case WXK_PAGEDOWN:
+      return GetFocusedItem() + GetCountPerPage();
+    case WXK_HOME:
+      return 0;
+    case WXK_END:
+      return last;
+    default:
+      return std::nullopt;
+  }
+}
+
+void LogList::List_KeyDown(wxKeyEvent& key) {
+  const std::optional<long> row = key.ShiftDown() && GetItemCount() > 0 ? PlaceAfter(key) : std::nullopt;
+  if (row) {
+    ExtendTo(std::clamp(*row, 0L, GetItemCount() - 1L));
+  } else {
+    key.Skip();
+  }
+}
+
+void LogList::List_LeftDown(wxMouseEvent& event, const wxWindow& part) {
+  int where = 0;
+  const long row = HitTest(ScreenToClient(part.ClientToScreen(event.GetPosition())), where);
+  if (event.ShiftDown() && row >= 0) {
+    SetFocus();
+    ExtendTo(row);
+  } else {
+    event.Skip();
+  }
+}
+
+void LogList::ExtendTo(long row) {
+  // The stretch goes on from where it began, unless something else was selected in between.
+  if (stretchEnd_ != GetFocusedItem()) stretchStart_ = std::max(GetFocusedItem(), 0L);
+  stretchEnd_ = row;
+  DeselectAll();
+  for (long i = std::min(stretchStart_, row); i <= std::max(stretchStart_, row); ++i) Select(i);
+  Focus(row);
+}
+
+void LogList::DeselectAll() {
+  for (long row = GetFirstSelected(); row >= 0; row = GetNextSelected(row)) Select(row, false);
 }
 
 void LogList::Add(const std::string& line) {
@@ -37,7 +95,8 @@ void LogList::Flush() {
   const auto newest = static_cast<long>(lines_.size()) - 1;
   SetItemCount(newest + 1);
   FitColumn();
-  for (long row = GetFirstSelected(); row >= 0; row = GetNextSelected(row)) Select(row, false);
+  DeselectAll();
+  stretchEnd_ = -1;
   drawn_ = lines_.size();
   Select(newest);
   Focus(newest);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 #include <wx/listctrl.h>
@@ -24,6 +25,12 @@ class LogList : public wxListView {
 
  private:
   [[nodiscard]] wxString OnGetItemText(long item, long column) const override;
+  // The line that the key leads to; nothing for any other key.
+  [[nodiscard]] std::optional<long> PlaceAfter(const wxKeyEvent& key) const;
+  void List_KeyDown(wxKeyEvent& key);
+  void List_LeftDown(wxMouseEvent& event, const wxWindow& part);
+  void ExtendTo(long row);
+  void DeselectAll();
   void FitColumn();
   // In a list that has become smaller.
   void KeepNewestInView();
@@ -31,6 +38,9 @@ class LogList : public wxListView {
   std::vector<std::string> lines_;
   std::size_t longest_ = 0;  // characters of the longest line
   std::size_t drawn_ = 0;    // lines that the control knows of
+  // The stretch that is being selected with the shift key; an end of -1: none.
+  long stretchStart_ = 0;
+  long stretchEnd_ = -1;
 };
 
 }  // namespace zelkor::net

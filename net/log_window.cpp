@@ -19,13 +19,17 @@ namespace {
 constexpr double kDrawEvery = 0.04;  // seconds
 constexpr int kDrawEveryMs = 40;
 
+// How soon after its request a window that comes up has the keyboard, where the desktop gives it to every new window;
+// seconds.
+constexpr double kComesUp = 2;
+
 }  // namespace
 
-LogWindow::LogWindow(wxTopLevelWindow& parent, std::function<void()> cancel)
+LogWindow::LogWindow(wxTopLevelWindow& parent, const std::function<void()>& cancel)
     : wxFrame(&parent, wxID_ANY, "Sync Log"), parent_(parent), timer_(this) {
   auto* panel = new wxPanel(this);
   list_ = new LogList(panel);
-  progress_ = new ProgressPanel(panel, std::move(cancel));
+  progress_ = new ProgressPanel(panel, cancel);
   auto* copy = new wxButton(panel, wxID_COPY, "&Copy");
   copy->SetToolTip("Copy the selected lines (Ctrl+C)");
   auto* selectAll = new wxButton(panel, wxID_SELECTALL, "Select &all");
@@ -50,7 +54,7 @@ LogWindow::LogWindow(wxTopLevelWindow& parent, std::function<void()> cancel)
   std::array keys{
       wxAcceleratorEntry(wxACCEL_CTRL, 'C', wxID_COPY), wxAcceleratorEntry(wxACCEL_CTRL, WXK_INSERT, wxID_COPY),
       wxAcceleratorEntry(wxACCEL_CTRL, 'A', wxID_SELECTALL), wxAcceleratorEntry(wxACCEL_CTRL, 'W', wxID_CLOSE),
-      wxAcceleratorEntry(wxACCEL_NORMAL, WXK_ESCAPE, wxID_CLOSE)};
+      wxAcceleratorEntry(wxACCEL_NORMAL, WXK_ESCAPE, wxID_EXIT)};
   SetAcceleratorTable(wxAcceleratorTable(static_cast<int>(keys.size()), keys.data()));
   const auto bind = [this](int id, const std::function<void()>& command) {
     for (const wxEventTypeTag<wxCommandEvent>& type : {wxEVT_BUTTON, wxEVT_MENU}) {
@@ -61,8 +65,16 @@ LogWindow::LogWindow(wxTopLevelWindow& parent, std::function<void()> cancel)
   bind(wxID_COPY, [this] { Edit_Copy(); });
   bind(wxID_SELECTALL, [this] { Edit_SelectAll(); });
   bind(wxID_CLOSE, [this] { Close(); });
+  bind(wxID_EXIT, [this, cancel] {
+    if (progress_->IsShown()) {
+      cancel();
+    } else {
+      Close();
+    }
+  });
   list_->Bind(wxEVT_CONTEXT_MENU, [this](wxContextMenuEvent&) { ShowMenu(); });
   Bind(wxEVT_TIMER, [this](wxTimerEvent&) { Flush(); });
+  Bind(wxEVT_ACTIVATE, &LogWindow::Form_Activate, this);
   Bind(wxEVT_CLOSE_WINDOW, &LogWindow::Form_Unload, this);
 }
 
@@ -70,6 +82,7 @@ void LogWindow::Open(const std::string& caption) {
   SetTitle(lib::ToWx(caption));
   if (IsShown()) return;
   list_->Clear();
+  if (parent_.IsActive()) keyboardGoesBackUntil_ = lib::Stopwatch() + kComesUp;
   lib::PlaceBeside(*this, parent_);
   ShowWithoutActivating();
 }
@@ -87,6 +100,13 @@ void LogWindow::Flush() {
   timer_.Stop();
   drawn_ = lib::Stopwatch();
   list_->Flush();
+}
+
+void LogWindow::EndRun() {
+  // A button that is hidden would take the keyboard with it.
+  if (progress_->CancelButton().HasFocus()) list_->SetFocus();
+  progress_->End();
+  Flush();
 }
 
 void LogWindow::Edit_Copy() {
@@ -108,6 +128,13 @@ void LogWindow::ShowMenu() {
   menu.Append(wxID_COPY, "&Copy\tCtrl+C");
   menu.Append(wxID_SELECTALL, "Select &all\tCtrl+A");
   PopupMenu(&menu);
+}
+
+void LogWindow::Form_Activate(wxActivateEvent& event) {
+  event.Skip();
+  if (!event.GetActive()) return;
+  if (lib::Stopwatch() < keyboardGoesBackUntil_) parent_.Raise();
+  keyboardGoesBackUntil_ = 0;
 }
 
 void LogWindow::Form_Unload(wxCloseEvent& event) {

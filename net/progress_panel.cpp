@@ -19,6 +19,8 @@ ProgressPanel::ProgressPanel(wxWindow* parent, std::function<void()> cancel) : w
   bar_ = new wxGauge(this, wxID_ANY, kFull);
   text_ =
       new wxStaticText(this, wxID_ANY, {}, wxDefaultPosition, wxDefaultSize, wxST_NO_AUTORESIZE | wxST_ELLIPSIZE_END);
+  bar_->SetName("Progress");
+  text_->SetName("Progress text");
   cancel_ = new wxButton(this, wxID_CANCEL, "Ca&ncel");
   cancel_->SetToolTip("End the run with the file in hand; what is done so far stays consistent (Esc)");
   cancel_->Bind(wxEVT_BUTTON, [stop = std::move(cancel)](wxCommandEvent&) { stop(); });
@@ -35,7 +37,6 @@ ProgressPanel::ProgressPanel(wxWindow* parent, std::function<void()> cancel) : w
 
 void ProgressPanel::Begin() {
   text_->SetLabelText({});
-  cancel_->Enable();
   Show();
   Rest();
   GetParent()->Layout();
@@ -56,7 +57,7 @@ void ProgressPanel::Rest() {
 }
 
 void ProgressPanel::ShowCancelled() {
-  cancel_->Disable();
+  // The button stays enabled: the keyboard may be with it, and must not go astray.
   text_->SetLabelText("Ending with the file in hand...");
 }
 

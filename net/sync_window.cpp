@@ -247,8 +247,7 @@ void Sync::EndRun() {
   running_ = false;
   progress_.End();
   progressPanel_->End();
-  log_->Progress().End();
-  log_->Flush();
+  log_->EndRun();
   EnableControls(true);
   if (focusBeforeRun_) focusBeforeRun_->SetFocus();
   focusBeforeRun_ = nullptr;
