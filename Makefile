@@ -20,6 +20,7 @@ help:
 	@echo "make deb           a Debian package of all that, in build/"
 	@echo "make demo          two computers on this machine; KEEP=1 leaves their folders"
 	@echo "make bench         speed beside tar, cp, rsync and unison; writes docs/performance.md"
+	@echo "                   and, of the network beside rsync over ssh, docs/network_speed.md"
 	@echo "                   (MEDIUM=FOLDER: on that file system, not in memory)"
 	@echo "make fuzz          each fuzz target for FUZZ_SECONDS=$(FUZZ_SECONDS) seconds"
 	@echo "make tidy          clang-tidy over all sources"
@@ -68,8 +69,10 @@ demo: build
 
 bench: build
 	@cmake/deps.sh bench
-	@cmake --build --preset release -j $(JOBS) --target zelkor_seed floor
+	@cmake/ssh_server.sh
+	@cmake --build --preset release -j $(JOBS) --target zelkor_seed floor measure tell_vandry
 	@python3 bench/bench.py --build build/release --report docs/performance.md $(if $(MEDIUM),--medium '$(MEDIUM)')
+	@python3 bench/network.py --build build/release --report docs/network_speed.md $(if $(MEDIUM),--medium '$(MEDIUM)')
 
 deps:
 	@cmake/deps.sh build run install deb test demo bench tidy format fuzz
