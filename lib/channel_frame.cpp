@@ -1,6 +1,7 @@
 #include "lib/channel_frame.h"
 
 #include "lib/channel.h"
+#include "lib/secret.h"
 
 namespace zelkor::lib {
 
@@ -31,20 +32,22 @@ std::string EncodeFrame(FrameKind kind, std::uint32_t number, std::string_view t
   return frame;
 }
 
+void FrameReader::Add(std::string_view bytes) { AppendWiped(bytes_, bytes); }
+
 std::optional<Frame> FrameReader::Next() {
   if (broken_ || bytes_.size() < kFrameHeadBytes) return std::nullopt;
   const std::uint32_t length = TakeNumber(bytes_);
   const auto kind = static_cast<std::uint8_t>(bytes_[4]);
   if (length > kMostChannelText || kind == 0 || kind > static_cast<std::uint8_t>(kLastFrameKind)) {
     broken_ = true;
-    bytes_.clear();
+    Wipe(bytes_);
     return std::nullopt;
   }
   if (bytes_.size() < kFrameHeadBytes + length) return std::nullopt;
   Frame frame{.kind = static_cast<FrameKind>(kind),
               .number = TakeNumber(std::string_view(bytes_).substr(5)),
               .text = bytes_.substr(kFrameHeadBytes, length)};
-  bytes_.erase(0, kFrameHeadBytes + length);
+  EraseFrontWiped(bytes_, kFrameHeadBytes + length);
   return frame;
 }
 

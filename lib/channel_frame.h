@@ -40,7 +40,7 @@ struct Frame {
 // Puts frames together from bytes that come in pieces of any size. It never holds more than one piece and one frame.
 class FrameReader {
  public:
-  void Add(std::string_view bytes) { bytes_.append(bytes); }
+  void Add(std::string_view bytes);
   // The next whole frame.
   [[nodiscard]] std::optional<Frame> Next();
   // True once bytes came that no frame begins with; there is no way on from there.

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <span>
 #include <string>
+#include <string_view>
 
 namespace zelkor::lib {
 
@@ -11,6 +12,11 @@ namespace zelkor::lib {
 void Wipe(std::span<char> bytes);
 // All of the text's memory; the text is empty afterwards.
 void Wipe(std::string& text);
+
+// For texts that grow and shrink while something secret passes through: text.append(more) and text.erase(0, count), but
+// nothing stays in the memory given up or behind the end.
+void AppendWiped(std::string& text, std::string_view more);
+void EraseFrontWiped(std::string& text, std::size_t count);
 
 // Wipes a text when it goes.
 class WipedAtEnd {

@@ -5,12 +5,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <span>
 #include <sys/socket.h>
 #include <sys/stat.h>
 
 #include "lib/native_path.h"
 #include "lib/posix/drives.h"
 #include "lib/posix/system_error.h"
+#include "lib/secret.h"
 
 namespace zelkor::lib::posix {
 
@@ -77,7 +79,10 @@ bool PeerIsThisUser(const Descriptor& socket) {
 
 void ChannelConnection::Send(FrameKind kind, std::uint32_t number, std::string_view text) {
   if (!IsOpen()) return;
-  out_ += EncodeFrame(kind, number, text);
+  // A password may be among what passes here.
+  std::string frame = EncodeFrame(kind, number, text);
+  const WipedAtEnd wiped(frame);
+  AppendWiped(out_, frame);
   Write();
 }
 
@@ -85,11 +90,11 @@ void ChannelConnection::Write() {
   while (IsOpen() && !out_.empty()) {
     const ssize_t sent = Uninterrupted([&] { return send(socket_.Get(), out_.data(), out_.size(), MSG_NOSIGNAL); });
     if (sent > 0) {
-      out_.erase(0, static_cast<std::size_t>(sent));
+      EraseFrontWiped(out_, static_cast<std::size_t>(sent));
       continue;
     }
     // What the other end said before it went is still to be read; reading will find the end.
-    if (errno != EAGAIN) out_.clear();
+    if (errno != EAGAIN) Wipe(out_);
     return;
   }
 }
@@ -102,6 +107,7 @@ void ChannelConnection::Read() {
   if (got < 0 && errno == EAGAIN) return;
   if (got > 0) {
     reader_.Add({piece.data(), static_cast<std::size_t>(got)});
+    Wipe(std::span(piece).first(static_cast<std::size_t>(got)));
     return;
   }
   Close();

@@ -13,13 +13,6 @@ void Wipe(std::span<char> bytes) {
   if (!bytes.empty()) explicit_bzero(bytes.data(), bytes.size());
 }
 
-void Wipe(std::string& text) {
-  // What a longer text left behind the present one's end counts too.
-  text.resize(text.capacity());
-  Wipe(std::span<char>(text));
-  text.clear();
-}
-
 void FreeWiped(void* memory) {
   if (memory != nullptr) explicit_bzero(memory, malloc_usable_size(memory));
   std::free(memory);

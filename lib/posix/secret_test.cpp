@@ -30,6 +30,18 @@ TEST(Secret, WipesAShortText) {
   EXPECT_EQ(std::memcmp(text.data(), "\0\0", 2), 0);
 }
 
+TEST(Secret, GrowsAndShrinksATextWithoutLeavingAnythingBehind) {
+  std::string text = "a password that is longer than the text object itself";
+  const std::string more(text.capacity(), 'x');
+  const std::string whole = text + more;
+  AppendWiped(text, more);
+  EXPECT_EQ(text, whole);
+  const char* memory = text.data();
+  EraseFrontWiped(text, whole.size() - 3);
+  EXPECT_EQ(text, "xxx");
+  EXPECT_EQ(memmem(memory, whole.size(), "xxxx", 4), nullptr);
+}
+
 TEST(Secret, MovesMemoryWithItsContent) {
   char* memory = static_cast<char*>(std::malloc(16));
   std::memcpy(memory, "a password here", 16);

@@ -50,6 +50,7 @@ class RunningProcess {
   // Nobody reads what the process writes from here on.
   void CloseOutputs();
   void Signal(int number) const;
+  [[nodiscard]] pid_t Pid() const { return pid_; }
   // Closes the input and reads until the process ends; kills it at the end of its time.
   Outcome Wait();
 

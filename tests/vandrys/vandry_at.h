@@ -59,6 +59,8 @@ class VandryAt {
     (void)process_->Wait();
     client_.reset();
   }
+  void Signal(int number) const { process_->Signal(number); }
+  [[nodiscard]] pid_t Pid() const { return process_->Pid(); }
   Outcome WaitForEnd() { return process_->Wait(); }
   void Connect() {
     pushes_.clear();

@@ -1,0 +1,99 @@
+// The built Vandry's beginning and end.
+
+#include <csignal>
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
+#include <sys/stat.h>
+
+#include "tests/vandrys/vandry_at.h"
+
+namespace zelkor::tests {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+class StartAndEnd : public Sandbox {
+ protected:
+  [[nodiscard]] std::vector<std::string> Queue() const {
+    const fs::path folder = vandry.File("vandry.dat/queue");
+    return fs::exists(folder) ? NamesIn(folder) : std::vector<std::string>();
+  }
+  VandryAt vandry{Root(), "office"};
+};
+
+TEST_F(StartAndEnd, SaysNothingAndEndsOnExit) {
+  vandry.Start();
+  vandry.Execute("Exit");
+  const Outcome outcome = vandry.WaitForEnd();
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.out + outcome.err, "");
+}
+
+TEST_F(StartAndEnd, EndsWhenItIsInterrupted) {
+  vandry.Start();
+  vandry.Signal(SIGTERM);
+  EXPECT_EQ(vandry.WaitForEnd().status, 0);
+}
+
+TEST_F(StartAndEnd, LeavesItsPlaceToTheFirst) {
+  vandry.Start();
+  const Outcome second = vandry.Run({});
+  EXPECT_EQ(second.status, 1);
+  EXPECT_EQ(second.err, "Vandry: Vandry is already running\n");
+  EXPECT_EQ(vandry.Ask("Hello"), "OK 1.00");
+}
+
+TEST_F(StartAndEnd, TakesThePlaceOfOneThatWasKilled) {
+  vandry.Start();
+  vandry.Kill();
+  vandry.Start();
+  EXPECT_EQ(vandry.Ask("Hello"), "OK 1.00");
+}
+
+TEST_F(StartAndEnd, TellsItsVersionAndWhatItUnderstands) {
+  EXPECT_EQ(vandry.Run({"--version"}).out, "Vandry 1.00\n");
+  EXPECT_THAT(vandry.Run({"--help"}).out, StartsWith("Usage: vandry"));
+  const Outcome unknown = vandry.Run({"--nonsense"});
+  EXPECT_EQ(unknown.status, 2);
+  EXPECT_THAT(unknown.err, HasSubstr("--nonsense"));
+}
+
+TEST_F(StartAndEnd, IsForItsUserOnly) {
+  vandry.Start();
+  for (const auto& entry : fs::recursive_directory_iterator(vandry.OnComputer().Folder() / "run")) {
+    struct stat info {};
+    ASSERT_EQ(lstat(entry.path().c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0077U, 0U) << entry.path();
+  }
+}
+
+TEST_F(StartAndEnd, KeepsWhatCouldNotBeSentOverAKillAndAnExit) {
+  WriteBytes(vandry.File("~sync00.tmp"), "content");
+  vandry.Start();
+  // Nobody listens there.
+  vandry.Execute("NetFileSend 127.0.0.1:1 office lap " + vandry.PathOf("~sync00.tmp"));
+  EXPECT_EQ(vandry.Ask("Hello"), "OK 1.00");
+  EXPECT_FALSE(fs::exists(vandry.File("~sync00.tmp")));
+  EXPECT_EQ(Queue().size(), 2U);
+  vandry.Kill();
+  vandry.Start();
+  EXPECT_EQ(Queue().size(), 2U);
+  vandry.Execute("Exit");
+  EXPECT_EQ(vandry.WaitForEnd().status, 0);
+  EXPECT_EQ(Queue().size(), 2U);
+}
+
+TEST_F(StartAndEnd, SaysThatAComputerCanNotBeReached) {
+  vandry.Start();
+  vandry.Execute("NetTrans 127.0.0.1:1 SyncMe office");
+  EXPECT_THAT(vandry.Push(), StartsWith("NetFailed NetTrans 127.0.0.1:1 "));
+  EXPECT_THAT(Queue(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace zelkor::tests
