@@ -1,5 +1,6 @@
 #include "app/frm_list_kt.h"
 
+#include <array>
 #include <wx/accel.h>
 #include <wx/button.h>
 #include <wx/sizer.h>
@@ -46,9 +47,9 @@ frmListKt::frmListKt(wxWindow* parent, lib::ListDialog& dialog, lib::User& user)
   if (edits) {
     add(wxID_ADD, "&Add...", "Adds an entry at the end (Insert)");
     add(wxID_DELETE, "&Delete", "Removes the selected entry (Delete)");
-    const wxAcceleratorEntry keys[] = {{wxACCEL_NORMAL, WXK_INSERT, wxID_ADD},
-                                       {wxACCEL_NORMAL, WXK_DELETE, wxID_DELETE}};
-    SetAcceleratorTable(wxAcceleratorTable(2, keys));
+    const std::array keys{wxAcceleratorEntry(wxACCEL_NORMAL, WXK_INSERT, wxID_ADD),
+                          wxAcceleratorEntry(wxACCEL_NORMAL, WXK_DELETE, wxID_DELETE)};
+    SetAcceleratorTable(wxAcceleratorTable(static_cast<int>(keys.size()), keys.data()));
   }
   buttons->AddStretchSpacer();
   if ((dialog_.options & lib::kListOk) != 0) {

@@ -565,7 +565,8 @@ TEST_F(ItemEditingTest, ListsNothingWithoutAnItem) {
 class OpeningTest : public ItemEditingTest {
  protected:
   // An opener of the test's own, which tells what it was given through a named pipe.
-  OpeningTest() : path_(getenv("PATH")) {
+  OpeningTest() {
+    if (const char* path = getenv("PATH")) path_ = path;
     const fs::path opener = Root() / "bin/xdg-open";
     WriteNative(opener, "#!/bin/sh\nprintf '%s' \"$1\" > '" + Pipe().string() + "'\n");
     fs::permissions(opener, fs::perms::owner_all);

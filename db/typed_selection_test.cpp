@@ -19,6 +19,7 @@ class TypedSelectionTest : public tests::Sandbox {
  protected:
   static std::vector<std::string> Messages(const std::vector<lib::Status>& refused) {
     std::vector<std::string> messages;
+    messages.reserve(refused.size());
     for (const lib::Status& status : refused) messages.push_back(status.Message());
     return messages;
   }
