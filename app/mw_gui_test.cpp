@@ -7,6 +7,7 @@
 #include <wx/display.h>
 #include <wx/textctrl.h>
 
+#include "lib/gui/twips.h"
 #include "tests/support/program_with_windows.h"
 
 namespace zelkor::app {
@@ -320,6 +321,7 @@ TEST_F(MwTest, OpensAtTheTopRightEdgeWithoutSettings) {
   EXPECT_EQ(Main().Placed().height, Main().Screen().height - 500);
   EXPECT_EQ(Main().GetRect().GetRight() + 1, wxDisplay(0U).GetGeometry().width);
   EXPECT_EQ(Main().GetRect().y, 0);
+  EXPECT_EQ(Main().GetRect().height, lib::FromTwips(Main().Screen().height - 500, Main()));
 }
 
 TEST_F(MwTest, LeavesTheStoredPlaceWhenClosedWhileMaximised) {
