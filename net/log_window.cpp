@@ -8,6 +8,7 @@
 #include <wx/sizer.h>
 
 #include "lib/clock.h"
+#include "lib/gui/icons.h"
 #include "lib/gui/placement.h"
 #include "lib/gui/text.h"
 
@@ -27,6 +28,7 @@ constexpr double kComesUp = 2;
 
 LogWindow::LogWindow(wxTopLevelWindow& parent, const std::function<void()>& cancel)
     : wxFrame(&parent, wxID_ANY, "Sync Log"), parent_(parent), timer_(this) {
+  SetIcons(lib::ProgramIcons());
   auto* panel = new wxPanel(this);
   list_ = new LogList(panel);
   progress_ = new ProgressPanel(panel, cancel);

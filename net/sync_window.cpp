@@ -14,6 +14,7 @@
 #include <wx/utils.h>
 
 #include "lib/clock.h"
+#include "lib/gui/icons.h"
 #include "lib/gui/placement.h"
 #include "lib/gui/text.h"
 
@@ -47,6 +48,7 @@ Sync::Sync(wxWindow* parent, sync::Context& context, lib::Desktop& desktop, Sync
     : wxFrame(parent, wxID_ANY, "Synchronisation"),
       context_(context),
       commands_(context, desktop, *this, std::move(hooks)) {
+  SetIcons(lib::ProgramIcons());
   MakeMenus();
   MakeToolBar();
   MakeControls();
@@ -59,6 +61,9 @@ Sync::Sync(wxWindow* parent, sync::Context& context, lib::Desktop& desktop, Sync
 }
 
 Sync::~Sync() {
+  // The controls go first: what they still say on their way is heard by what is gone later.
+  delete log_;
+  delete panel_;
   if (busy_) wxEndBusyCursor();
   if (ftpDir_->GetMenu() == nullptr) delete ftpDir_;
 }
