@@ -134,14 +134,13 @@ void ConnectedPeers::Answered(const PeerConnection& connection, const AnswerWord
 std::shared_ptr<PeerConnection> ConnectedPeers::OpenConnection(const PeerAddress& address,
                                                                const std::string& computerId) const {
   // The newest first: an older one may be dead without knowing it.
-  for (auto at = connections_.rbegin(); at != connections_.rend(); ++at) {
-    const PeerConnection& connection = **at;
-    if (!connection.IsOpen()) continue;
-    const bool fits = computerId.empty() ? connection.DialledAddress() == address || connection.Address() == address
-                                         : connection.Id() == computerId;
-    if (fits) return *at;
-  }
-  return nullptr;
+  const auto newest = std::find_if(connections_.rbegin(), connections_.rend(), [&](const auto& each) {
+    const PeerConnection& connection = *each;
+    if (!connection.IsOpen()) return false;
+    return computerId.empty() ? connection.DialledAddress() == address || connection.Address() == address
+                              : connection.Id() == computerId;
+  });
+  return newest == connections_.rend() ? nullptr : *newest;
 }
 
 void ConnectedPeers::FindConnection(const std::string& address, const std::string& computerId, Sending::Found found) {
@@ -340,7 +339,7 @@ PeerReply ConnectedPeers::Judge(PeerConnection& connection, const AskWords& word
   if (AsksTooMuch(connection.Id())) {
     return {.error = PeerError::Refused, .text = "Too many questions at a time", .worthRepeating = true};
   }
-  const PeerReply notAccepting{.error = PeerError::Refused, .text = "It does not accept connections"};
+  PeerReply notAccepting{.error = PeerError::Refused, .text = "It does not accept connections"};
   if (words.text == "NetPing") return settings.accept ? PeerReply{.text = settings.computerId} : notAccepting;
 
   const std::vector<std::string> parts = lib::SplitWords(words.text, ' ', "\"");

@@ -94,7 +94,7 @@ SocketAddress::SocketAddress(const void* bytes, std::size_t size) : size_(std::m
 std::string SocketAddress::Host() const {
   sockaddr_storage address{};
   std::memcpy(&address, bytes_.data(), size_);
-  socklen_t size = static_cast<socklen_t>(size_);
+  auto size = static_cast<socklen_t>(size_);
   if (address.ss_family == AF_INET6) {
     sockaddr_in6 six{};
     std::memcpy(&six, bytes_.data(), sizeof six);
