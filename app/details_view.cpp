@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <utility>
+#include <wx/settings.h>
 
 #include "db/item_editing.h"
 #include "lib/format.h"
@@ -19,11 +20,11 @@ std::string Sample(MwColumn column) {
   constexpr lib::Date kWideDate = 46020.999;  // two digits for each part
   switch (column) {
     case MwColumn::Description:
-      return std::string(28, 'n');
+      return std::string(22, 'n');
     case MwColumn::Date:
       return lib::GeneralDate(kWideDate);
     case MwColumn::Codes:
-      return std::string(14, 'n');
+      return std::string(12, 'n');
     case MwColumn::SyncMethod:
       return db::kSyncMethodChoices.front();
     case MwColumn::SyncTo:
@@ -75,6 +76,10 @@ DetailsView::DetailsView(wxWindow* parent, const MwRows& rows, ItemViewEvents ev
     }
     events_.menu(place);
   });
+  Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
+    event.Skip();
+    FitDescriptions();
+  });
   Bind(wxEVT_CHAR, [this](wxKeyEvent& event) { event.Skip(!events_.key(event)); });
 }
 
@@ -85,6 +90,18 @@ void DetailsView::MakeColumns() {
     const int text = GetTextExtent(lib::ToWx(Sample(static_cast<MwColumn>(i)))).x;
     AppendColumn(caption, wxLIST_FORMAT_LEFT, std::max(text, GetTextExtent(caption).x) + margins);
   }
+  leastWidth_ = fittedWidth_ = GetColumnWidth(0);
+}
+
+// The descriptions get the room that the other columns leave, until the user sets the column's width.
+void DetailsView::FitDescriptions() {
+  const int now = GetColumnWidth(0);
+  if (now != fittedWidth_) return;
+  int others = 0;
+  for (int column = 1; column < GetColumnCount(); ++column) others += GetColumnWidth(column);
+  const int bar = std::max(0, wxSystemSettings::GetMetric(wxSYS_VSCROLL_X, this));
+  fittedWidth_ = std::max(leastWidth_, GetClientSize().x - others - bar);
+  if (fittedWidth_ != now) SetColumnWidth(0, fittedWidth_);
 }
 
 void DetailsView::OnDeselected() {

@@ -18,10 +18,13 @@ class DetailsView : public wxListCtrl, public ItemView {
   [[nodiscard]] wxString OnGetItemText(long item, long column) const override;
   [[nodiscard]] int OnGetItemImage(long item) const override;
   void MakeColumns();
+  void FitDescriptions();
   void OnDeselected();
 
   const MwRows& rows_;
   ItemViewEvents events_;
+  int leastWidth_ = 0;   // of the descriptions' column, in pixels
+  int fittedWidth_ = 0;  // as last set here
   int shownSelected_ = 0;
   bool showing_ = false;  // what the control tells now is our own doing
 };

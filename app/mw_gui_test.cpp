@@ -1,11 +1,15 @@
 #include <array>
+#include <cstdlib>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
 #include <wx/display.h>
+#include <wx/dnd.h>
+#include <wx/panel.h>
 #include <wx/textctrl.h>
+#include <wx/timer.h>
 
 #include "lib/gui/twips.h"
 #include "tests/support/program_with_windows.h"
@@ -68,6 +72,26 @@ TEST_F(MwTest, ShowsTheItemsInColumns) {
   EXPECT_EQ(Panel(Panel::Selection), "Zelkor! Ver 2.23, Database:2 rec");
   EXPECT_EQ(Panel(Panel::ItemNumber), "1 / 2");
   Screenshot("main-details");
+}
+
+TEST_F(MwTest, GivesTheDescriptionsTheRoomThatIsLeft) {
+  Start({{"one"}});
+  Main().SetSize(0, 0, 1200, 500);
+  DetailsView& list = Main().Details();
+  const auto total = [&list] {
+    int width = 0;
+    for (int column = 0; column < list.GetColumnCount(); ++column) width += list.GetColumnWidth(column);
+    return width;
+  };
+  EXPECT_TRUE(Until([&] { return list.GetClientSize().x > 1100 && total() <= list.GetClientSize().x; }));
+  EXPECT_GT(total(), list.GetClientSize().x - 40);
+  const int wide = list.GetColumnWidth(0);
+  Main().SetSize(0, 0, 700, 500);
+  EXPECT_TRUE(Until([&] { return list.GetColumnWidth(0) < wide; }));
+  list.SetColumnWidth(0, 77);  // as a user may set it
+  Main().SetSize(0, 0, 1200, 500);
+  EXPECT_TRUE(Until([&] { return list.GetClientSize().x > 1100; }));
+  EXPECT_EQ(list.GetColumnWidth(0), 77);
 }
 
 TEST_F(MwTest, SearchesAsTheUserTypes) {
@@ -237,6 +261,71 @@ TEST_F(MwTest, MakesItemsOfDroppedFiles) {
   EXPECT_EQ(Row(), 2);
 }
 
+// Moves the mouse in steps and lets go of its button, while the drag that it has begun waits in a loop of its own.
+class DragTo : public wxTimer {
+ public:
+  explicit DragTo(const wxPoint& place) : place_(place) { Start(20); }
+  void Notify() override {
+    wxUIActionSimulator mouse;
+    const wxPoint at = wxGetMousePosition();
+    if (at == place_) {
+      mouse.MouseUp();
+      Stop();
+      return;
+    }
+    const auto nearer = [](int from, int to) { return std::abs(to - from) < 20 ? to : from + (to - from) / 2; };
+    mouse.MouseMove(nearer(at.x, place_.x), nearer(at.y, place_.y));
+  }
+
+ private:
+  wxPoint place_;
+};
+
+TEST_F(MwTest, TakesFilesThatAreDraggedOntoItsListInEveryView) {
+  Start({});
+  auto* source = new wxFrame(nullptr, wxID_ANY, "source", wxPoint(40, 200), wxSize(200, 150));
+  auto* handle = new wxPanel(source);
+  std::string name;
+  handle->Bind(wxEVT_LEFT_DOWN, [&](wxMouseEvent&) {
+    wxFileDataObject files;
+    files.AddFile((Home() / name).string());
+    wxDropSource drag(files, handle);
+    const wxRect list =
+        (Main().Details().IsShown() ? static_cast<wxWindow&>(Main().Details()) : Main().Tiles()).GetScreenRect();
+    const DragTo mouse(wxPoint(list.x + list.width / 2, list.y + list.height / 2));
+    drag.DoDragDrop(wxDrag_CopyOnly);
+  });
+  ShowActive(*source);
+  for (const int view : {3, 0}) {
+    Main().View_View_Click(view);
+    name = "dropped" + std::to_string(view) + ".dat";
+    WriteNative(Home() / name, "x");
+    wxUIActionSimulator mouse;
+    const wxRect from = handle->GetScreenRect();
+    mouse.MouseMove(from.x + 50, from.y + 50);
+    Settle();
+    mouse.MouseDown();
+    EXPECT_TRUE(Until([&] { return rows_->Count() == (view == 3 ? 1 : 2); })) << view;
+    EXPECT_THAT(ItemFile(), HasSubstr("c:\\" + name)) << view;
+  }
+}
+
+TEST_F(MwTest, PopsUpTheEditMenuByTheMenuKey) {
+  for (const int view : {3, 0}) {
+    Start({{"one"}, {"two"}});
+    Main().View_View_Click(view);
+    Press(WXK_RIGHT);
+    bool opened = false;
+    Main().Bind(wxEVT_MENU_OPEN, [&](wxMenuEvent&) {
+      opened = true;
+      Main().CallAfter([] { wxUIActionSimulator().Char(WXK_ESCAPE); });
+    });
+    wxUIActionSimulator().Char(WXK_F10, wxMOD_SHIFT);
+    EXPECT_TRUE(Until([&] { return opened; })) << view;
+    End();
+  }
+}
+
 TEST_F(MwTest, NamesADroppedFileThatItCanNotTake) {
   Start({});
   wxArrayString files;
@@ -265,6 +354,31 @@ TEST_F(MwTest, SwitchesTheViewsByTheirEntries) {
   Menu('V', "d");
   EXPECT_TRUE(Main().Details().IsShown());
   EXPECT_TRUE(bar.IsChecked(View_View + 3));
+}
+
+TEST_F(MwTest, ShowsLongTextsAndAFullListInEveryView) {
+  std::vector<Given> items;
+  for (int i = 0; i < 400; ++i) {
+    items.push_back({.description = "Minutes of the meeting on " + std::to_string(i) + " and what came of it all",
+                     .codes = "work minutes +lap -home c" + std::to_string(i),
+                     .syncMethod = i % 3});
+  }
+  items[3].description =
+      "\xC4rger & \xDC"
+      "ber";  // letters of the upper half of the code page, and an access key's sign
+  Start(items);
+  for (int view = 0; view < 4; ++view) {
+    Main().View_View_Click(view);
+    Press(WXK_END);
+    EXPECT_EQ(Row(), 400);
+    Press(WXK_HOME);
+    EXPECT_EQ(Row(), 1);
+    Type("ber");
+    EXPECT_EQ(Row(), 4);
+    Screenshot("main-full-" + std::to_string(view));
+    Press(WXK_ESCAPE);
+  }
+  EXPECT_EQ(Main().Details().GetItemText(3), wxString::FromUTF8("\u00C4rger & \u00DCber"));
 }
 
 TEST_F(MwTest, SelectsAndOpensTilesByMouseAndKeyboard) {
