@@ -107,7 +107,7 @@ Command ParseCommand(std::string_view text) {
   const std::string_view rest = text.substr(std::min(name.size() + 1, text.size()));
   const bool whole = form->quoted ? TakeQuoted(rest, form->arguments, command.arguments)
                                   : TakeWords(rest, form->arguments, command.arguments);
-  if (!whole) {
+  if (!whole || (form->arguments == 0 && text != name)) {
     command.problem = "the arguments of " + std::string(name) + " can not be understood";
     return command;
   }

@@ -67,6 +67,7 @@ TEST(Command, RefusesAnUnknownWordAndAWordInAnotherCase) {
 TEST(Command, RefusesTooFewAndTooManyArguments) {
   for (const char* text : {
            "Hello x",
+           "Hello ",
            "Exit now",
            "NetTrans",
            "NetTrans host",

@@ -1,5 +1,6 @@
 #include "vandry/ftp_listing.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <optional>
@@ -28,10 +29,12 @@ std::optional<Number> WholeNumber(std::string_view text) {
 
 // A name as a server sends it, mostly in UTF-8; one that is not is taken to be in the code page.
 std::string NameText(std::string_view raw) {
-  if (std::optional<std::string> text = lib::FromUtf8(raw)) return *text;
+  std::string name = lib::FromUtf8Lossy(raw);
   // Where no two bytes made one character, none of them was UTF-8.
-  const std::string lossy = lib::FromUtf8Lossy(raw);
-  return lossy.size() == raw.size() ? std::string(raw) : lossy;
+  if (name.size() == raw.size()) name = raw;
+  std::replace_if(
+      name.begin(), name.end(), [](char c) { return (c >= 0 && c < ' ') || c == '\x7f'; }, '?');
+  return name;
 }
 
 bool IsItselfOrAbove(std::string_view name) { return name.empty() || name == "." || name == ".."; }

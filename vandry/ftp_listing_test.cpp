@@ -74,6 +74,10 @@ TEST(FtpListing, TurnsNamesIntoTheCodePage) {
   EXPECT_THAT(Parse("-rw-r--r-- 1 u g 5 Nov 1 09:15 \xe4.cas\n").at(0).name, "\xe4.cas");
 }
 
+TEST(FtpListing, ShowsNoControlCharacters) {
+  EXPECT_EQ(Parse("-rw-r--r-- 1 u g 5 Nov 1 09:15 a\x1b[2Jb\n").at(0).name, "a?[2Jb");
+}
+
 TEST(FtpListing, PassesOverWhatItCanNotRead) {
   EXPECT_THAT(Parse(""), IsEmpty());
   EXPECT_THAT(Parse("-rw-r--r--\n-rw-r--r-- 1 u g\n-rw-r--r-- 1 u g 5 Nov 1 09:15\n"), IsEmpty());
