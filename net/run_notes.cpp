@@ -95,6 +95,11 @@ std::vector<RunNotes::Note> RunNotes::Read() const {
 }
 
 lib::Status RunNotes::Write(const std::vector<Note>& notes) const {
+  // Whom the user exchanges files with is nobody else's business: a file made here is the user's alone, and one that
+  // takes its place is like it.
+  if (const lib::Result<lib::File> made = lib::File::Open(path_, lib::OpenMode::ReadWrite); !made.Ok()) {
+    return made.Failure();
+  }
   lib::Result<lib::NewFile> file = lib::NewFile::Create(path_);
   if (!file.Ok()) return file.Failure();
   std::string text;
@@ -102,8 +107,8 @@ lib::Status RunNotes::Write(const std::vector<Note>& notes) const {
     text += note.targetId + " " + std::to_string(note.base) + " " + std::to_string(note.date) + " " +
             std::to_string(note.sent) + " " + note.address + "\n";
   }
-  if (const lib::Status written = file->Content().WriteAt(0, text); !written.Ok()) return written;
-  if (const lib::Status flushed = file->Content().Flush(); !flushed.Ok()) return flushed;
+  if (lib::Status written = file->Content().WriteAt(0, text); !written.Ok()) return written;
+  if (lib::Status flushed = file->Content().Flush(); !flushed.Ok()) return flushed;
   return file->Replace();
 }
 

@@ -100,6 +100,13 @@ TEST_F(RunNotesTest, StandInALineOfTheirFile) {
   EXPECT_TRUE(line.ends_with(" 10.0.0.2:4223\n")) << line;
 }
 
+TEST_F(RunNotesTest, AreTheirUsersAlone) {
+  Add("lap", kBase, kFirst);
+  Add("lap", kBase, kSecond);
+  namespace fs = std::filesystem;
+  EXPECT_EQ(fs::status(ProgramFolder() / "zelkor.net").permissions(), fs::perms::owner_read | fs::perms::owner_write);
+}
+
 TEST_F(RunNotesTest, SweepWhatNobodyCanWaitForAnyMore) {
   const std::int64_t now = lib::NowUtc();
   const auto line = [](const std::string& id, std::int64_t sent) {

@@ -139,7 +139,7 @@ bool Sources::Download(const std::string& name, std::vector<Source>& found, std:
     return true;
   }
   if (file.header.Sender() != sender_) return true;
-  found.push_back({.path = copy->Path(), .remoteName = name, .copy = std::move(copy)});
+  found.push_back({.path = copy->Path(), .remoteName = name, .copy = copy});
   waiting.push_back(std::move(file));
   return true;
 }

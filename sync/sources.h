@@ -32,8 +32,8 @@ struct Source {
 class Sources {
  public:
   // `sender`: the ID that the header of a waiting file must name.
-  Sources(Context& context, const ImportRequest& request, net::TargetRec target, std::string sender)
-      : context_(context), request_(request), target_(std::move(target)), sender_(std::move(sender)) {}
+  Sources(Context& context, const ImportRequest& request, const net::TargetRec& target, std::string sender)
+      : context_(context), request_(request), target_(target), sender_(std::move(sender)) {}
 
   // Success when there is something in Files(); anything else, after a message or a line of the log, is the result of
   // the import.

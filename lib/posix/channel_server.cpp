@@ -45,7 +45,7 @@ struct ChannelServer::State {
   void Accept();
   void Serve(ChannelClientId id, Client& client);
   void Send(ChannelClientId id, FrameKind kind, std::uint32_t number, std::string_view text);
-  void Watch(ChannelClientId id, Client& client);
+  void Watch(ChannelClientId id, Client& client) const;
   void Sweep();
 
   SingleCopy copy;
@@ -136,7 +136,7 @@ void ChannelServer::State::Send(ChannelClientId id, FrameKind kind, std::uint32_
   Watch(id, client);
 }
 
-void ChannelServer::State::Watch(ChannelClientId id, Client& client) {
+void ChannelServer::State::Watch(ChannelClientId id, Client& client) const {
   const bool waiting = client.connection.Waiting() > 0;
   if (!client.connection.IsOpen() || waiting == client.waiting) return;
   client.waiting = waiting;
