@@ -29,6 +29,8 @@ constexpr double kComesUp = 2;
 LogWindow::LogWindow(wxTopLevelWindow& parent, const std::function<void()>& cancel)
     : wxFrame(&parent, wxID_ANY, "Sync Log"), parent_(parent), timer_(this) {
   SetIcons(lib::ProgramIcons());
+  // A key that closes this window must not go on to its parent and close that too.
+  SetExtraStyle(GetExtraStyle() | wxWS_EX_BLOCK_EVENTS);
   auto* panel = new wxPanel(this);
   list_ = new LogList(panel);
   progress_ = new ProgressPanel(panel, cancel);

@@ -195,6 +195,18 @@ TEST_F(LogWindowTest, ClosesByEscapeByKeyAndByButtonAndForgetsItsLines) {
   }
 }
 
+TEST_F(LogWindowTest, TheKeyThatClosesItDoesNotGoOnToItsParent) {
+  int heard = 0;
+  parent_->Bind(wxEVT_CHAR_HOOK, [&](wxKeyEvent& event) {
+    ++heard;
+    event.Skip();
+  });
+  Press(WXK_ESCAPE);
+  EXPECT_TRUE(Until([&] { return !log_->IsShown(); }));
+  Settle();
+  EXPECT_EQ(heard, 0);
+}
+
 TEST_F(LogWindowTest, KeepsItsLinesWhileItIsOpen) {
   Add(2);
   log_->Open("Another caption");
