@@ -104,7 +104,7 @@ std::int16_t Link::StartLink() {
     // At its very first start it has more to do than fits into the second.
     const Clock::time_point end = Clock::now() + means_.patience;
     connected = Connect();
-    while (connected.Why() == lib::Cause::NotFound && Clock::now() < end && !user_.Cancelled()) {
+    while (connected.Why() == lib::Cause::NotFound && Clock::now() < end && !RunCancelled()) {
       lib::Wait(0.05F, user_);
       connected = Connect();
     }
@@ -156,7 +156,7 @@ bool Link::Execute(const std::string& command) {
     }
     // Outside a run nothing is disabled that could start inside this.
     if (occupied_.InHand()) user_.PendingEvents();
-    if (user_.Cancelled()) return false;
+    if (RunCancelled()) return false;
     Listen(kTurn);
   }
   return taken_;

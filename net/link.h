@@ -86,6 +86,8 @@ class Link {
   void Drop(const std::string& why);
   [[nodiscard]] bool MessageIsDue() const { return !messages_.empty() && !occupied_.InHand(); }
   [[nodiscard]] bool StandsStill() const;
+  // What the user wants to end is a run; the wish stays until the next one begins.
+  [[nodiscard]] bool RunCancelled() const { return occupied_.InHand() && user_.Cancelled(); }
 
   lib::User& user_;
   const lib::Occupation& occupied_;

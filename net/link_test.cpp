@@ -200,6 +200,25 @@ TEST_F(LinkTest, FailsByCancelAndDropsTheReplyThatComesAfterIt) {
   EXPECT_EQ(link_.Text(), "Error 1 in time");
 }
 
+TEST_F(LinkTest, SendsCommandsAfterARunThatWasCancelled) {
+  Run();
+  vandry_->WorkBeforeTaking(milliseconds(100));
+  user_.cancelled = true;
+  EXPECT_EQ(link_.SendCommand("one", {}, true), 0);
+  EXPECT_TRUE(link_.Taken());
+}
+
+TEST_F(LinkTest, DoesNotWaitForTheAcknowledgementInARunThatIsCancelled) {
+  Run();
+  vandry_->WorkBeforeTaking(seconds(5));
+  user_.onPendingEvents = [this] { user_.cancelled = true; };
+  const lib::Occupation::Guard run(occupied_);
+  const double started = lib::Stopwatch();
+  EXPECT_EQ(Send("one"), 1);
+  EXPECT_FALSE(link_.Taken());
+  EXPECT_LT(lib::Stopwatch() - started, 4);
+}
+
 TEST_F(LinkTest, DoesNotWaitForACommandThatIsFireAndForget) {
   Run([](FakeVandry&, const std::string&) { return std::string(); });
   EXPECT_EQ(link_.SendCommand("one", "never shown", true), 0);
