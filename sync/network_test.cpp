@@ -195,8 +195,8 @@ class Waiting : public NetworkWait {
 TEST_F(Network, EndsAnUnattendedRunAsTheOtherComputerHasIt) {
   Waiting good(true);
   EXPECT_EQ(Synchronize(context_, "/syncexp:lap:\"\"", "/", &good), kStatusDone);
-  EXPECT_EQ(Synchronize(context_, "/syncimp:lap:\"10.0.0.9\"", "/", &good), kStatusDone);
-  EXPECT_THAT(good.waited, ElementsAre("confirmation lap 10.0.0.2", "import lap 10.0.0.9"));
+  EXPECT_EQ(Synchronize(context_, "/syncimp:lap:\"10.0.0.9:999\"", "/", &good), kStatusDone);
+  EXPECT_THAT(good.waited, ElementsAre("confirmation lap 10.0.0.2", "import lap 10.0.0.9:999"));
   Waiting bad(false);
   EXPECT_EQ(Synchronize(context_, "/syncexp:lap:\"\"", "/", &bad), kStatusFailed);
   EXPECT_EQ(Synchronize(context_, "/syncimp:lap:\"\"", "/", &bad), kStatusFailed);
