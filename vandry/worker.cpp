@@ -14,6 +14,7 @@ namespace zelkor::vandry {
 struct Workers::Mailbox {
   void Put(std::function<void()> callback) {
     const std::lock_guard lock(mutex);
+    if (closed) return;
     letters.push_back(std::move(callback));
     wakeUp.Signal();
   }
@@ -29,6 +30,7 @@ struct Workers::Mailbox {
   std::deque<std::function<void()>> letters;
   std::deque<std::uint64_t> ended;
   lib::WakeUp wakeUp;
+  bool closed = false;  // nobody takes anything out any more
 };
 
 struct Workers::Job::Shared : WorkerPort {
@@ -41,6 +43,7 @@ struct Workers::Job::Shared : WorkerPort {
     return !wakeUp.wait_for(lock, time, [this] { return stopped; });
   }
   void Post(std::function<void()> callback) override {
+    if (Stopped()) return;
     // Asked again in the loop's thread, where it is known for sure.
     mailbox->Put([self = self.lock(), callback = std::move(callback)] {
       if (self && !self->Stopped()) callback();
@@ -120,6 +123,7 @@ bool Workers::Finish(std::chrono::milliseconds patience) {
     for (const std::uint64_t id : mailbox_->ended) Join(id);
     mailbox_->ended.clear();
     mailbox_->letters.clear();
+    mailbox_->closed = true;
   }
   const bool all = threads_.empty();
   for (auto& [id, thread] : threads_) thread.detach();
