@@ -9,7 +9,7 @@ FUZZ_SECONDS ?= 60
 SOURCES = $(shell git ls-files '*.cpp' '*.h' '*.c')
 
 .DEFAULT_GOAL := help
-.PHONY: help run test build install deb bench demo deps format format-check tidy fuzz clean
+.PHONY: help run test build install deb bench demo screenshots deps format format-check tidy fuzz clean
 
 help:
 	@echo "make run           the program; where there is no display the demo, two computers kept in step"
@@ -19,6 +19,7 @@ help:
 	@echo "                   DESTDIR is put before it"
 	@echo "make deb           a Debian package of all that, in build/"
 	@echo "make demo          two computers on this machine; KEEP=1 leaves their folders"
+	@echo "make screenshots   the pictures of docs/tour.md, taken from the program"
 	@echo "make bench         speed beside tar, cp, rsync and unison; writes docs/performance.md"
 	@echo "                   and, of the network beside rsync over ssh, docs/network_speed.md"
 	@echo "                   (MEDIUM=FOLDER: on that file system, not in memory)"
@@ -67,6 +68,15 @@ demo: build
 	@cmake --build --preset release -j $(JOBS) --target zelkor_seed
 	@demo/demo.sh $(if $(KEEP),--keep) build/zelkor build/release/demo/zelkor_seed
 
+screenshots: build
+	@cmake/deps.sh screenshots
+	@cmake --build --preset release -j $(JOBS) --target zelkor_seed
+	@for theme in Adwaita Adwaita:dark; do \
+	  ZELKOR_THEME=$$theme tests/gui/in_display.sh docs/tour/screenshots.sh \
+	    build/zelkor build/release/demo/zelkor_seed docs/tour || exit 1; \
+	done
+	@ls -l docs/tour/*.png | awk '{ if ($$5 > 200000) { print $$9 " is over 200 kB"; bad = 1 } } END { exit bad }'
+
 bench: build
 	@cmake/deps.sh bench
 	@cmake/ssh_server.sh
@@ -75,7 +85,7 @@ bench: build
 	@python3 bench/network.py --build build/release --report docs/network_speed.md $(if $(MEDIUM),--medium '$(MEDIUM)')
 
 deps:
-	@cmake/deps.sh build run install deb test demo bench tidy format fuzz
+	@cmake/deps.sh build run install deb test demo screenshots bench tidy format fuzz
 
 format:
 	@cmake/deps.sh format

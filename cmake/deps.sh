@@ -1,6 +1,6 @@
 #!/bin/sh
-# Installs what is missing of Debian's packages for one or more jobs: deps.sh build run install deb test tidy format bench
-# demo fuzz.
+# Installs what is missing of Debian's packages for one or more jobs: deps.sh build run install deb test demo
+# screenshots tidy format bench fuzz.
 # Says nothing and takes no time when everything is there. Never asks a question.
 set -eu
 
@@ -18,6 +18,7 @@ for job in "$@"; do
     build | demo) packages="$packages $build" ;;
     run) packages="$packages $build xdg-utils" ;;
     install) packages="$packages $build $pictures" ;;
+    screenshots) packages="$packages $build $display xdotool imagemagick" ;;
     deb) packages="$packages $build $pictures debhelper dpkg-dev lintian" ;;
     test | bench)
       # tar, cp and sync are essential packages; mount and mkfs.ext4 are used only when root runs the benchmarks.
