@@ -23,7 +23,7 @@ class wxTextCtrl;
 
 namespace zelkor::net {
 
-class Sync : public wxFrame, public lib::RunView, private SyncView {
+class Sync final : public wxFrame, public lib::RunView, private SyncView {
  public:
   // The menu entries, as the menus name them.
   enum Command : int {

@@ -312,6 +312,22 @@ TEST_F(SyncWindow, BrowsingCancelledLeavesTheFolder) {
   EXPECT_FALSE(CanSave());
 }
 
+TEST_F(SyncWindow, BrowsingTakesThePickedFolder) {
+  fs::create_directory(Home() / "stick2");
+  fs::create_directories(Home() / ".local" / "share");  // the system's dialog notes there what was picked
+  Open();
+  Expect([this](ShownModal&) {
+    Type("/");  // opens the dialog's box for a name
+    Type((Home() / "stick2").string().substr(1).c_str());
+    Press(WXK_RETURN);
+  });
+  Click(*Child(*window_, "Browse..."));
+  ASSERT_TRUE(Until([&] { return Box("Media").GetValue() == "c:\\stick2"; }));
+  EXPECT_TRUE(CanSave());
+  Press('S', wxMOD_CONTROL);
+  EXPECT_EQ(Target("laptop").Text(TargetRec::kMediaPath), "c:\\stick2");
+}
+
 TEST_F(SyncWindow, ClearsBothDates) {
   targets_.SetTargetDates("laptop", 46000.5, 45999.25);
   Open();
