@@ -141,6 +141,9 @@ void mw::MakeMenus() {
   bar->Append(filter, "F&ilter");
   bar->Append(help, "&Help");
   SetMenuBar(bar);
+  // The key that everybody tries first; the captions have no room for it.
+  wxAcceleratorEntry helpKey(wxACCEL_NORMAL, WXK_F1, Help_Help);
+  SetAcceleratorTable(wxAcceleratorTable(1, &helpKey));
 }
 
 wxMenu* mw::MakeEditMenu() {

@@ -22,18 +22,6 @@ using tests::ShownModal;
 
 class MwMenus : public tests::ProgramWithWindows {
  protected:
-  // Has the programs of the desktop be one that writes its argument to a file.
-  void CatchOpenedDocuments() const {
-    const std::filesystem::path folder = Root() / "bin";
-    WriteNative(folder / "xdg-open", "#!/bin/sh\nprintf %s \"$1\" >" + (Root() / "part").string() + "\nmv " +
-                                         (Root() / "part").string() + " " + (Root() / "opened").string() + "\n");
-    std::filesystem::permissions(folder / "xdg-open", std::filesystem::perms::owner_all);
-    setenv("PATH", (folder.string() + ":" + std::getenv("PATH")).c_str(), 1);
-  }
-  std::string OpenedDocument() {
-    Until([this] { return std::filesystem::exists(Root() / "opened"); }, "a document to be opened");
-    return ReadNative(Root() / "opened");
-  }
   static wxWindow* TopWindow(const wxString& title) {
     for (wxWindow* window : wxTopLevelWindows) {
       if (window->IsShown() && window->GetLabel() == title) return window;

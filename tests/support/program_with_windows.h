@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <memory>
@@ -115,6 +117,19 @@ class ProgramWithWindows : public GuiTest {
       }
     }
     ADD_FAILURE() << "no button " << caption;
+  }
+
+  // Has the programs of the desktop be one that writes its argument to a file.
+  void CatchOpenedDocuments() const {
+    const std::filesystem::path folder = Root() / "bin";
+    WriteNative(folder / "xdg-open", "#!/bin/sh\nprintf %s \"$1\" >" + (Root() / "part").string() + "\nmv " +
+                                         (Root() / "part").string() + " " + (Root() / "opened").string() + "\n");
+    std::filesystem::permissions(folder / "xdg-open", std::filesystem::perms::owner_all);
+    setenv("PATH", (folder.string() + ":" + std::getenv("PATH")).c_str(), 1);
+  }
+  [[nodiscard]] std::string OpenedDocument() const {
+    Until([this] { return std::filesystem::exists(Root() / "opened"); }, "a document to be opened");
+    return ReadNative(Root() / "opened");
   }
 
   std::optional<app::WindowUser> user_;
