@@ -73,3 +73,15 @@ done
 expect "the type of the help file" "$(type_of "$folder/zelkor.hlp")" application/x-zelkor-help
 expect "what opens a sync file" "$(opened_by application/x-zelkor-sync)" zelkor.desktop
 expect "what opens the help file" "$(opened_by application/x-zelkor-help)" zelkor-help.desktop
+
+# The installed program finds its help and hands it to the viewer, here one that tells what it got.
+mkdir "$folder/viewer" "$folder/home"
+printf '#!/bin/sh\ncat "$1" >"%s/part"; mv "%s/part" "%s/shown"\n' "$folder" "$folder" "$folder" >"$folder/viewer/xdg-open"
+chmod +x "$folder/viewer/xdg-open"
+env -u ZELKOR_DIR -u XDG_DATA_HOME -u XDG_CONFIG_HOME -u XDG_CACHE_HOME HOME="$folder/home" \
+  PATH="$folder/viewer:$PATH" zelkor --show-help
+for _ in $(seq 200); do
+  [ ! -e "$folder/shown" ] || break
+  sleep 0.1
+done
+cmp "$folder/shown" "$share/zelkor/zelkor.hlp" || fail "the viewer did not get the help"
