@@ -20,17 +20,17 @@ std::string Sample(MwColumn column) {
   constexpr lib::Date kWideDate = 46020.999;  // two digits for each part
   switch (column) {
     case MwColumn::Description:
-      return std::string(22, 'n');
+      return "nnnnnnnnnnnnnnnnnnnnnn";
     case MwColumn::Date:
       return lib::GeneralDate(kWideDate);
     case MwColumn::Codes:
-      return std::string(12, 'n');
+      return "nnnnnnnnnnnn";
     case MwColumn::SyncMethod:
       return db::kSyncMethodChoices.front();
     case MwColumn::SyncTo:
       return db::kSyncToChoices[1];
     case MwColumn::LastImport:
-      return std::string(6, 'n') + " " + lib::GeneralDate(kWideDate);
+      return "nnnnnn " + lib::GeneralDate(kWideDate);
   }
   return {};
 }

@@ -5,6 +5,7 @@
 #include <wx/display.h>
 #include <wx/dnd.h>
 #include <wx/sizer.h>
+#include <wx/toolbar.h>
 
 #include "app/form_placement.h"
 #include "app/frm_splash.h"
@@ -27,6 +28,13 @@ constexpr int kLeastWidth = 260;
 constexpr int kLeastHeight = 180;
 
 constexpr int kDetails = 3;
+
+wxRect MainScreen() {
+  for (unsigned i = 0; i < wxDisplay::GetCount(); ++i) {
+    if (const wxDisplay display(i); display.IsPrimary()) return display.GetGeometry();
+  }
+  return wxDisplay(0U).GetGeometry();
+}
 
 // Files dropped on a view.
 class FileDrop : public wxFileDropTarget {
@@ -195,9 +203,9 @@ void mw::MakeViews() {
   SetSizer(sizer);
 }
 
-void mw::OnEntry(int entry, void (mw::*handler)()) {
+void mw::OnEntry(int entry, std::function<void()> handler) {
   Bind(
-      wxEVT_MENU, [this, handler](wxCommandEvent&) { (this->*handler)(); }, entry);
+      wxEVT_MENU, [handler = std::move(handler)](wxCommandEvent&) { handler(); }, entry);
 }
 
 void mw::OnArray(int first, int last, std::function<void(int)> handler) {
@@ -207,35 +215,27 @@ void mw::OnArray(int first, int last, std::function<void(int)> handler) {
 }
 
 void mw::BindEntries() {
-  const auto command = [this](int entry, void (MwCommands::*run)()) {
-    Bind(
-        wxEVT_MENU, [this, run](wxCommandEvent&) { (commands_.*run)(); }, entry);
-  };
-  const auto edit = [this](int entry, void (db::ItemEditing::*run)()) {
-    Bind(
-        wxEVT_MENU, [this, run](wxCommandEvent&) { (editing_.*run)(); }, entry);
-  };
-  OnEntry(File_Sync, &mw::File_Sync_Click);
+  OnEntry(File_Sync, hooks_.synchronize);
   OnArray(File_Extensions, File_ExtensionsLast, [this](int index) { commands_.File_Extensions(index); });
-  OnEntry(File_UserID, &mw::File_UserID_Click);
-  command(File_ReMap, &MwCommands::File_ReMap);
-  OnEntry(File_SysTray, &mw::File_SysTray_Click);
-  command(File_Optimize, &MwCommands::File_Optimize);
-  OnEntry(File_Exit, &mw::File_Exit_Click);
-  edit(Edit_Properties, &db::ItemEditing::ShowProperties);
-  command(Edit_Add, &MwCommands::Edit_Add);
-  command(Edit_Delete, &MwCommands::Edit_Delete);
-  edit(Edit_ListFiles, &db::ItemEditing::ListItemFiles);
+  OnEntry(File_UserID, [this] { File_UserID_Click(); });
+  OnEntry(File_ReMap, [this] { commands_.File_ReMap(); });
+  OnEntry(File_SysTray, [this] { File_SysTray_Click(); });
+  OnEntry(File_Optimize, [this] { commands_.File_Optimize(); });
+  OnEntry(File_Exit, [this] { File_Exit_Click(); });
+  OnEntry(Edit_Properties, [this] { editing_.ShowProperties(); });
+  OnEntry(Edit_Add, [this] { commands_.Edit_Add(); });
+  OnEntry(Edit_Delete, [this] { commands_.Edit_Delete(); });
+  OnEntry(Edit_ListFiles, [this] { editing_.ListItemFiles(); });
   OnArray(Edit_MemoST, Edit_MemoSTLast, [this](int index) { commands_.Edit_MemoST(index); });
   OnArray(View_View, View_ViewLast, [this](int index) { View_View_Click(index); });
-  command(Filter_Standard, &MwCommands::Filter_Standard);
-  command(Filter_SelectAll, &MwCommands::Filter_SelectAll);
-  command(Filter_SelectDeleted, &MwCommands::Filter_SelectDeleted);
-  command(Filter_Select, &MwCommands::Filter_Select);
-  command(Filter_Exclude, &MwCommands::Filter_Exclude);
-  command(Help_Help, &MwCommands::Help_Help);
-  command(Help_WWW, &MwCommands::Help_WWW);
-  OnEntry(Help_About, &mw::Help_About_Click);
+  OnEntry(Filter_Standard, [this] { commands_.Filter_Standard(); });
+  OnEntry(Filter_SelectAll, [this] { commands_.Filter_SelectAll(); });
+  OnEntry(Filter_SelectDeleted, [this] { commands_.Filter_SelectDeleted(); });
+  OnEntry(Filter_Select, [this] { commands_.Filter_Select(); });
+  OnEntry(Filter_Exclude, [this] { commands_.Filter_Exclude(); });
+  OnEntry(Help_Help, [this] { commands_.Help_Help(); });
+  OnEntry(Help_WWW, [this] { commands_.Help_WWW(); });
+  OnEntry(Help_About, [this] { Help_About_Click(); });
   Bind(wxEVT_UPDATE_UI, &mw::OnUpdateUi, this, File_Sync, Help_About);
 }
 
@@ -396,8 +396,6 @@ void mw::OccupationChanged() {
   if (exitWanted_) lib::Later(*this, [this] { RequestExit(); });
 }
 
-void mw::File_Sync_Click() { hooks_.synchronize(); }
-
 void mw::File_UserID_Click() {
   commands_.File_UserID();
   SetCaption(MainCaption(state_.computerId));
@@ -483,7 +481,7 @@ FormPosition mw::Position() const {
 }
 
 FormPosition mw::Screen() const {
-  const wxRect screen = wxDisplay(0U).GetGeometry();
+  const wxRect screen = MainScreen();
   return {.left = lib::ToTwips(screen.x, *this),
           .top = lib::ToTwips(screen.y, *this),
           .width = lib::ToTwips(screen.width, *this),

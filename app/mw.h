@@ -109,7 +109,7 @@ class mw : public wxFrame, public MainView, public db::CurrentItemView {
   void MakeToolbar();
   void MakeViews();
   void BindEntries();
-  void OnEntry(int first, void (mw::*handler)());
+  void OnEntry(int entry, std::function<void()> handler);
   void OnArray(int first, int last, std::function<void(int)> handler);
   void UpdateEntries();
   void OnUpdateUi(wxUpdateUIEvent& event);
@@ -128,7 +128,6 @@ class mw : public wxFrame, public MainView, public db::CurrentItemView {
   void RowSelected();
   void ShowRowsNow();
 
-  void File_Sync_Click();
   void File_UserID_Click();
   void File_SysTray_Click();
   void File_Exit_Click() { Close(); }

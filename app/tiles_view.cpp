@@ -90,19 +90,21 @@ TilesView::TilesView(wxWindow* parent, const MwRows& rows, ItemViewEvents events
     SetMode(mode_);
     event.Skip();
   });
-  SetMode(mode_);
+  LoadPictures();
+  MakeLayout();
 }
 
 void TilesView::SetMode(Mode mode) {
   mode_ = mode;
-  const int pixels = mode == Mode::Icons ? kLargePixels : kSmallPixels;
-  constexpr std::array<const char*, 3> kKeys{"ItemAuto", "ItemOn", "ItemOff"};
-  for (std::size_t i = 0; i < kKeys.size(); ++i) {
-    images_[i] = lib::Picture(kKeys[i], pixels).GetBitmapFor(this);
-  }
+  LoadPictures();
   shownSelected_ = 0;
-  MakeLayout();
   ShowRows();
+}
+
+void TilesView::LoadPictures() {
+  const int pixels = mode_ == Mode::Icons ? kLargePixels : kSmallPixels;
+  constexpr std::array<const char*, 3> kKeys{"ItemAuto", "ItemOn", "ItemOff"};
+  for (std::size_t i = 0; i < kKeys.size(); ++i) images_[i] = lib::Picture(kKeys[i], pixels).GetBitmapFor(this);
 }
 
 void TilesView::MakeLayout() {

@@ -31,6 +31,7 @@ class TilesView : public wxScrolledCanvas, public ItemView {
   void OnMouse(wxMouseEvent& event);
   void OnKey(wxKeyEvent& event);
   void OnMenu(wxContextMenuEvent& event);
+  void LoadPictures();
   void MakeLayout();
   void ScrollTo(int row);
   [[nodiscard]] int RowAt(const wxPoint& client) const;

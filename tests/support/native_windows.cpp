@@ -75,7 +75,7 @@ std::string Property(GdkWindow* window, const char* name) {
 std::vector<unsigned long> WindowsOfRoot(const char* property) {
   const std::string bytes = Property(gdk_get_default_root_window(), property);
   std::vector<unsigned long> windows(bytes.size() / sizeof(unsigned long));
-  std::memcpy(windows.data(), bytes.data(), windows.size() * sizeof(unsigned long));
+  if (!windows.empty()) std::memcpy(windows.data(), bytes.data(), windows.size() * sizeof(unsigned long));
   return windows;
 }
 
