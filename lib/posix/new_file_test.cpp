@@ -62,6 +62,23 @@ TEST_F(NewFileTest, GetsTheModeOfNewFiles) {
   EXPECT_EQ(ModeOf(Home() / "b"), 0666 & ~mask);
 }
 
+TEST_F(NewFileTest, CanBeItsOwnersAloneEvenInPlaceOfAnother) {
+  const mode_t mask = umask(022);
+  WriteNative(Home() / "b.txt", "old");
+  ASSERT_EQ(chmod((Home() / "b.txt").c_str(), 0644), 0);
+  for (const char* path : {"c:\\a.txt", "c:\\b.txt"}) {
+    Result<NewFile> file = NewFile::Create(path, NewFile::Access::OwnerOnly);
+    ASSERT_TRUE(file.Ok()) << file.Failure().Message();
+    ASSERT_TRUE(file->Content().WriteAt(0, std::string_view("secret")).Ok());
+    ASSERT_TRUE(file->Replace().Ok());
+  }
+  umask(mask);
+  for (const char* name : {"a.txt", "b.txt"}) {
+    EXPECT_EQ(ReadNative(Home() / name), "secret");
+    EXPECT_EQ(ModeOf(Home() / name), 0600U) << name;
+  }
+}
+
 TEST_F(NewFileTest, KeepsTheModeAndOwnerOfAReplacedFile) {
   for (const mode_t mode : {0600U, 0640U, 0666U, 0755U}) {
     WriteNative(Home() / "a", "old");
