@@ -28,6 +28,11 @@ class LogWindowTest : public tests::GuiTest {
     });
     Open();
   }
+  // At once: its events tell this test, which ends.
+  ~LogWindowTest() override {
+    delete log_;
+    delete parent_;
+  }
   // The window manager gives the new window the keyboard, which gives it back; then it is asked for.
   void Open() {
     ShowActive(*parent_);

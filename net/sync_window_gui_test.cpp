@@ -6,6 +6,7 @@
 
 #include "lib/settings.h"
 #include "net/sync_window.h"
+#include "tests/support/foreign_leaks.h"
 #include "tests/support/sync_window_fixture.h"
 
 namespace zelkor::net {
@@ -321,8 +322,11 @@ TEST_F(SyncWindow, BrowsingTakesThePickedFolder) {
     Type((Home() / "stick2").string().substr(1).c_str());
     Press(WXK_RETURN);
   });
-  Click(*Child(*window_, "Browse..."));
-  ASSERT_TRUE(Until([&] { return Box("Media").GetValue() == "c:\\stick2"; }));
+  {
+    [[maybe_unused]] const tests::ForeignLeaks ofTheDialog;
+    Click(*Child(*window_, "Browse..."));
+    ASSERT_TRUE(Until([&] { return Box("Media").GetValue() == "c:\\stick2"; }));
+  }
   EXPECT_TRUE(CanSave());
   Press('S', wxMOD_CONTROL);
   EXPECT_EQ(Target("laptop").Text(TargetRec::kMediaPath), "c:\\stick2");
