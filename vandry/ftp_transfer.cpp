@@ -74,7 +74,7 @@ class Sender {
     local_ = lib::Status();
     if (renaming_) {
       // The connection was lost while the file took its name: perhaps it has it.
-      const FtpAnswer there = session_.Look(upload_.name);
+      FtpAnswer there = session_.Look(upload_.name);
       if (there.Ok() && there.size == upload_.size) return there;
       if (!there.Ok() && there.kind != Kind::NoFile) return there;
     }
@@ -101,7 +101,7 @@ class Sender {
   FtpAnswer SendContent() {
     std::int64_t offset = 0;
     if (upload_.begun) {
-      const FtpAnswer there = session_.Look(upload_.temporary);
+      FtpAnswer there = session_.Look(upload_.temporary);
       if (!there.Ok() && there.kind != Kind::NoFile) return there;
       if (there.Ok() && there.size > 0 && there.size <= upload_.size) offset = there.size;
     }

@@ -9,6 +9,7 @@
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 
 #include "tests/support/process.h"
 
@@ -54,8 +55,8 @@ std::string RealFtpServer::WhyNot(Kind kind) {
   return {};
 }
 
-RealFtpServer::RealFtpServer(const RealFtpOptions& options, const fs::path& folder)
-    : options_(options), folder_(folder) {
+RealFtpServer::RealFtpServer(const RealFtpOptions& options, fs::path folder)
+    : options_(options), folder_(std::move(folder)) {
   fs::create_directories(Files());
   fs::create_directories(folder_ / "empty");
   // Another user than the test's has to get here.

@@ -26,7 +26,7 @@ class RealFtpServer {
   [[nodiscard]] static std::string WhyNot(RealFtpOptions::Kind kind);
 
   // Keeps its configuration in `folder`, and the users' files in `folder`/files.
-  RealFtpServer(const RealFtpOptions& options, const std::filesystem::path& folder);
+  RealFtpServer(const RealFtpOptions& options, std::filesystem::path folder);
   ~RealFtpServer();
   RealFtpServer(const RealFtpServer&) = delete;
   RealFtpServer& operator=(const RealFtpServer&) = delete;
