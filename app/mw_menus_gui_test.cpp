@@ -299,15 +299,18 @@ TEST_F(MwMenus, AboutTellsVersionAndLicence) {
 
 TEST_F(MwMenus, ToolbarButtonsRunTheirCommands) {
   Start({{"one", "a"}, {"two"}});
+  const auto closeItemDialog = [this] {
+    windows_->Item().Close();
+    ShowActive(Main());
+    Click(RowPlace(3));  // the window manager may take the first click into a window for itself
+  };
   ClickTool("Add an item");
   EXPECT_TRUE(Until([this] { return windows_->Item().IsShown(); }));
   EXPECT_THAT(Listed(), ElementsAre("one", "two", "Untitled"));
-  windows_->Item().Close();
-  ShowActive(Main());
+  closeItemDialog();
   ClickTool("Properties of the item");
   EXPECT_TRUE(Until([this] { return windows_->Item().IsShown(); }));
-  windows_->Item().Close();
-  ShowActive(Main());
+  closeItemDialog();
   ExpectBox("Do you want to delete Untitled?", "No");
   ClickTool("Delete the item");
   EXPECT_EQ(StillExpected(), 0U);
