@@ -184,6 +184,7 @@ void RealFtpServer::Serve(int connection) {
     execve(arguments[0], arguments.data(), environment.data());
     _exit(127);
   }
+  if (child < 0) return;  // the client sees its connection closed
   setpgid(child, child);
   const std::lock_guard lock(mutex_);
   serving_.push_back(child);
