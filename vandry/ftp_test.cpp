@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "tests/ftp/scripted_server.h"
+#include "tests/support/full_disk.h"
 #include "vandry/ftp_fixture.h"
 
 namespace zelkor::vandry {
@@ -354,6 +355,17 @@ TEST_F(FtpTest, SaysThatOurOwnFileCanNotBeUsed) {
   EXPECT_THAT(Get("lap.cas", "c:\\no such folder\\in.tmp"), MatchesRegex("Error 10 .*in.tmp.*"));
   EXPECT_THAT(Send("c:\\sync.tmp", "../lap.cas"), MatchesRegex("Error 10 .*can not be the name.*"));
   EXPECT_THAT(scripted.Commands(), Not(Contains(StartsWith("STOR"))));
+}
+
+TEST_F(FtpTest, SaysThatOurOwnDiskIsFullAndGoesOnWhenThereIsRoom) {
+  scripted.PutFile("/home/lap.cas", content);
+  {
+    const tests::FullDisk full(100'000);
+    EXPECT_THAT(Get("lap.cas", "c:\\in.tmp"), StartsWith("Error 9 "));
+    EXPECT_FALSE(fs::exists(Home() / "in.tmp"));
+  }
+  EXPECT_EQ(Get("lap.cas", "c:\\in.tmp"), "OK 300000");
+  EXPECT_TRUE(ReadNative(Home() / "in.tmp") == content);
 }
 
 TEST_F(FtpTest, ListsADirectoryInColumns) {
