@@ -10,9 +10,9 @@ namespace zelkor::lib {
 
 // What the list dialog offers; the options are bits.
 enum ListOptions : std::uint32_t {
-  kListOk = 1,          // OK and Cancel; without it the dialog only shows, with Close
-  kListEdit = 2,        // Add and Delete
-  kListLabel = 4,       // the line of text above the list
+  kListOk = 1,     // OK and Cancel; without it the dialog only shows, with Close
+  kListEdit = 2,   // Add and Delete
+  kListLabel = 4,  // the line of text above the list
   kListFileTypes = kListOk | kListEdit | kListLabel,
 };
 

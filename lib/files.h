@@ -101,8 +101,8 @@ class NewFile {
   enum class Access { Usual, OwnerOnly };
 
   // `path` is the name to take. PathNotFound when its directory does not exist; ReadOnly when a file of that name
-  // exists and its owner may not write it; Exists when the name is a directory's. With OwnerOnly nobody else can ever read
-  // the file, whatever the mode of one that it replaces.
+  // exists and its owner may not write it; Exists when the name is a directory's. With OwnerOnly nobody else can ever
+  // read the file, whatever the mode of one that it replaces.
   [[nodiscard]] static Result<NewFile> Create(std::string_view path, Access access = Access::Usual);
   NewFile(NewFile&&) noexcept;
   NewFile& operator=(NewFile&&) noexcept;

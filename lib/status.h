@@ -40,8 +40,8 @@ class [[nodiscard]] Status {
 template <class T>
 class [[nodiscard]] Result {
  public:
-  Result(T value) : value_(std::move(value)) {}             // NOLINT(google-explicit-constructor)
-  Result(Status status) : status_(std::move(status)) {}     // NOLINT(google-explicit-constructor)
+  Result(T value) : value_(std::move(value)) {}          // NOLINT(google-explicit-constructor)
+  Result(Status status) : status_(std::move(status)) {}  // NOLINT(google-explicit-constructor)
 
   [[nodiscard]] bool Ok() const { return value_.has_value(); }
   [[nodiscard]] Cause Why() const { return status_.Why(); }
