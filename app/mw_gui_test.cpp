@@ -414,7 +414,8 @@ TEST_F(MwTest, TellsWhatThePanelsAreForInTheirTooltips) {
     ASSERT_TRUE(Status().GetFieldRect(panel, place));
     wxUIActionSimulator().MouseMove(Status().ClientToScreen(place.GetPosition() + wxPoint(10, place.height / 2)));
     Settle();
-    EXPECT_TRUE(Status().GetToolTipText().StartsWith(kPanelDescriptions[static_cast<std::size_t>(panel)]));
+    const char* description = kPanelDescriptions[static_cast<std::size_t>(panel)];
+    EXPECT_TRUE(Until([&] { return Status().GetToolTipText().StartsWith(description); }, description));
   }
   EXPECT_EQ(SearchLabel().GetToolTipText(), "Quicksearch. Type string to search");
 }
