@@ -51,6 +51,9 @@ enum MwEntry : int {
   SysTray_Exit,
 };
 
+// The index of the detailed view.
+inline constexpr int kDetailsView = 3;
+
 // What the window has others do.
 struct MwHooks {
   std::function<void()> synchronize;       // shows the synchronisation window

@@ -12,6 +12,7 @@
 #include "db/memory_rows.h"
 #include "tests/support/database_fixture.h"
 #include "tests/support/golden_database.h"
+#include "tests/support/scripted_desktop.h"
 
 namespace zelkor::app {
 namespace {
@@ -20,19 +21,6 @@ using lib::Button;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-
-class ScriptedDesktop : public lib::Desktop {
- public:
-  void ShowList(lib::ListDialog& dialog) override {
-    shown.push_back(dialog);
-    if (onShowList) onShowList(dialog);
-  }
-  void EditFile(const std::string& path) override { edited.push_back(path); }
-
-  std::function<void(lib::ListDialog&)> onShowList;
-  std::vector<lib::ListDialog> shown;
-  std::vector<std::string> edited;
-};
 
 // The item dialog, of which the test says whether it is shown and what was typed.
 class ScriptedForm : public db::ItemForm {
@@ -115,7 +103,7 @@ class MwCommandsTest : public tests::DatabaseFixture {
   }
   // Takes the entry of the list dialog with this text, adding it when there is none.
   void Pick(const std::string& entry) {
-    desktop_.onShowList = [entry](lib::ListDialog& dialog) {
+    desktop_.useList = [entry](lib::ListDialog& dialog) {
       auto found = std::find(dialog.entries.begin(), dialog.entries.end(), entry);
       if (found == dialog.entries.end()) found = dialog.entries.insert(dialog.entries.end(), entry);
       dialog.selected = static_cast<int>(found - dialog.entries.begin());
@@ -130,7 +118,7 @@ class MwCommandsTest : public tests::DatabaseFixture {
   }
 
   db::MemoryRows rows_;
-  ScriptedDesktop desktop_;
+  tests::ScriptedDesktop desktop_;
   ScriptedForm form_;
   StatusView status_;
   std::optional<ProgramState> state_;
@@ -360,10 +348,10 @@ TEST_F(MwCommandsTest, ShowsTheCodesListedAndSelectsByTheOneTaken) {
   Open({{"one", "b a"}, {"two", "B"}, {"three", "c"}});
   Pick("b");
   Commands().Filter_Select();
-  ASSERT_EQ(desktop_.shown.size(), 1U);
-  EXPECT_EQ(desktop_.shown[0].title, "Select");
-  EXPECT_THAT(desktop_.shown[0].entries, ElementsAre("b", "a", "c"));
-  EXPECT_EQ(desktop_.shown[0].options & (lib::kListOk | lib::kListEdit), lib::kListOk | lib::kListEdit);
+  ASSERT_EQ(desktop_.lists.size(), 1U);
+  EXPECT_EQ(desktop_.lists[0].title, "Select");
+  EXPECT_THAT(desktop_.lists[0].entries, ElementsAre("b", "a", "c"));
+  EXPECT_EQ(desktop_.lists[0].options & (lib::kListOk | lib::kListEdit), lib::kListOk | lib::kListEdit);
   EXPECT_THAT(Listed(), ElementsAre("one", "two"));
   EXPECT_EQ(SelectionText(Items()), "Selected: b");
   EXPECT_EQ(status_.item.count, 2);
@@ -382,8 +370,8 @@ TEST_F(MwCommandsTest, ExcludesByTheCodeTakenAndKeepsTheSelection) {
   Commands().Filter_Select();
   Pick("b");
   Commands().Filter_Exclude();
-  EXPECT_EQ(desktop_.shown[1].title, "Exclude");
-  EXPECT_THAT(desktop_.shown[1].entries, ElementsAre("a", "b"));
+  EXPECT_EQ(desktop_.lists[1].title, "Exclude");
+  EXPECT_THAT(desktop_.lists[1].entries, ElementsAre("a", "b"));
   EXPECT_THAT(Listed(), ElementsAre("one"));
   EXPECT_EQ(SelectionText(Items()), "Selected: a, Excluded: b");
 }

@@ -11,7 +11,6 @@
 #include <wx/textctrl.h>
 #include <wx/timer.h>
 
-#include "lib/gui/twips.h"
 #include "tests/support/program_with_windows.h"
 
 #ifdef __SANITIZE_ADDRESS__
@@ -418,79 +417,6 @@ TEST_F(MwTest, TellsWhatThePanelsAreForInTheirTooltips) {
     EXPECT_TRUE(Until([&] { return Status().GetToolTipText().StartsWith(description); }, description));
   }
   EXPECT_EQ(SearchLabel().GetToolTipText(), "Quicksearch. Type string to search");
-}
-
-TEST_F(MwTest, KeepsItsPlaceOverARestart) {
-  Start({{"one"}});
-  Main().SetSize(300, 120, 620, 440);
-  Settle();
-  const wxRect before = Main().GetRect();
-  Main().Close();
-  Settle();
-  EXPECT_TRUE(ended_);
-  EXPECT_THAT(SettingsText(), HasSubstr("FormWindowState=0\r\nFormLeft=" + std::to_string(before.x * 15) + "\r\n"));
-  EXPECT_THAT(SettingsText(), HasSubstr("FormWidth=" + std::to_string(before.width * 15) + "\r\n"));
-  End();
-  StartOnFiles();
-  ShowActive(Main());
-  EXPECT_EQ(Main().GetRect(), before);
-}
-
-TEST_F(MwTest, OpensAtTheTopRightEdgeWithoutSettings) {
-  Start({});
-  EXPECT_EQ(Main().Placed().left + Main().Placed().width, Main().Screen().width);
-  EXPECT_EQ(Main().Placed().top, 0);
-  EXPECT_EQ(Main().Placed().height, Main().Screen().height - 500);
-  EXPECT_EQ(Main().GetRect().GetRight() + 1, wxDisplay(0U).GetGeometry().width);
-  EXPECT_EQ(Main().GetRect().y, 0);
-  EXPECT_EQ(Main().GetRect().height, lib::FromTwips(Main().Screen().height - 500, Main()));
-}
-
-TEST_F(MwTest, LeavesTheStoredPlaceWhenClosedWhileMaximised) {
-  Settings(
-      "[Orlim]\r\nUser=Office\r\n[ZELKOR]\r\nFormLeft=1500\r\nFormTop=750\r\nFormWidth=7500\r\nFormHeight=6000\r\n");
-  Start({});
-  Main().Maximize();
-  ASSERT_TRUE(Until([&] { return Main().IsMaximized(); }));
-  Main().Close();
-  Settle();
-  EXPECT_THAT(SettingsText(), HasSubstr("FormLeft=1500\r\nFormTop=750\r\nFormWidth=7500\r\nFormHeight=6000\r\n"));
-  EXPECT_THAT(SettingsText(), testing::Not(HasSubstr("FormWindowState")));
-}
-
-TEST_F(MwTest, StartsMaximisedAndStillPlacesTheSideWindows) {
-  Settings("[Orlim]\r\nUser=Office\r\n[ZELKOR]\r\nFormWindowState=2\r\nFormLeft=1\r\nFormTop=1\r\n");
-  Start({{"one"}});
-  EXPECT_TRUE(Until([&] { return Main().IsMaximized(); }));
-  const int mainLeft = Main().Placed().left / 15;
-  EXPECT_NEAR(ItemDialog().GetPosition().x + ItemDialog().GetSize().x, mainLeft, 2);
-}
-
-TEST_F(MwTest, PlacesTheItemDialogFlushAgainstItsLeftEdge) {
-  Settings(
-      "[Orlim]\r\nUser=Office\r\n[ZELKOR]\r\nFormLeft=12000\r\nFormTop=450\r\nFormWidth=6000\r\nFormHeight=6000\r\n");
-  Start({{"one"}});
-  Menu('E', "p");
-  ASSERT_TRUE(Until([&] { return ItemDialog().IsShown() && ItemDialog().IsActive(); }));
-  Settle();
-  EXPECT_NEAR(ItemDialog().GetRect().GetRight() + 1, Main().GetRect().x, 2);
-  EXPECT_EQ(ItemDialog().GetRect().y, Main().GetRect().y);
-}
-
-TEST_F(MwTest, MovesASideWindowInThatWouldNotBeOnTheScreen) {
-  Settings("[Orlim]\r\nUser=Office\r\n[ZELKOR]\r\nFormLeft=0\r\nFormTop=450\r\nFormWidth=6000\r\nFormHeight=6000\r\n");
-  Start({{"one"}});
-  Menu('E', "p");
-  ASSERT_TRUE(Until([&] { return ItemDialog().IsShown() && ItemDialog().IsActive(); }));
-  EXPECT_TRUE(Until([&] { return ItemDialog().GetRect().x >= 0; }));
-}
-
-TEST_F(MwTest, StaysReachableWhenItsStoredPlaceIsOnNoScreen) {
-  Settings(
-      "[Orlim]\r\nUser=Office\r\n[ZELKOR]\r\nFormLeft=900000\r\nFormTop=900000\r\nFormWidth=0\r\nFormHeight=-7\r\n");
-  Start({{"one"}});
-  EXPECT_TRUE(wxDisplay(0U).GetGeometry().Contains(Main().GetRect().GetPosition()));
-  EXPECT_GT(Main().GetRect().width, 100);
 }
 
 }  // namespace
