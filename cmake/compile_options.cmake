@@ -12,7 +12,7 @@ target_compile_options(zelkor_options INTERFACE
   $<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess>)
 if(ZELKOR_SANITIZE)
   target_compile_options(zelkor_options INTERFACE
-    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer -O1)
+    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer -O1 -g1)
   target_link_options(zelkor_options INTERFACE -fsanitize=address,undefined)
 endif()
 if(ZELKOR_FUZZ)
