@@ -1,0 +1,2 @@
+set(ZELKOR_TRIPLE i686-w64-mingw32)
+include(${CMAKE_CURRENT_LIST_DIR}/toolchain.cmake)

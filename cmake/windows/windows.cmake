@@ -1,0 +1,29 @@
+# What a build for Windows has beside that for Linux: its libraries, which libraries.sh makes, and its linking.
+enable_language(RC)
+
+execute_process(
+  COMMAND ${CMAKE_CURRENT_LIST_DIR}/libraries.sh --where ${ZELKOR_TRIPLE}
+  OUTPUT_VARIABLE places OUTPUT_STRIP_TRAILING_WHITESPACE RESULT_VARIABLE status)
+if(NOT status EQUAL 0)
+  message(FATAL_ERROR "Build the libraries first: cmake/windows/libraries.sh ${ZELKOR_TRIPLE}")
+endif()
+string(REPLACE "\n" ";" places "${places}")
+foreach(entry IN LISTS places)
+  string(REGEX MATCH "^([a-z]+)=(.*)$" entry "${entry}")
+  set(library ${CMAKE_MATCH_1})
+  set(place ${CMAKE_MATCH_2})
+  list(APPEND CMAKE_FIND_ROOT_PATH ${place})
+  if(library STREQUAL "wxwidgets")
+    file(GLOB wxWidgets_CONFIG_EXECUTABLE ${place}/bin/wx-config)
+  elseif(library STREQUAL "openssl")
+    set(OPENSSL_ROOT_DIR ${place})
+    set(OPENSSL_USE_STATIC_LIBS ON)
+  endif()
+endforeach()
+
+# Programs that need nothing but the system: no run-time library has to be installed with them. What nobody calls is left
+# out. The stack may not be run, and addresses are the system's choice.
+add_link_options(-static -static-libgcc -static-libstdc++ -Wl,--gc-sections -Wl,--nxcompat -Wl,--dynamicbase)
+add_compile_options(-ffunction-sections -fdata-sections)
+# Windows 7 and later; the names min and max are the standard library's.
+add_compile_definitions(_WIN32_WINNT=0x0601 NOMINMAX)

@@ -1,0 +1,43 @@
+set(system_sources
+  posix/channel_client.cpp
+  posix/channel_server.cpp
+  posix/channel_socket.cpp
+  posix/clock.cpp
+  posix/code_page_table.cpp
+  posix/copy_range.cpp
+  posix/drives.cpp
+  posix/file_info.cpp
+  posix/file_times.cpp
+  posix/files.cpp
+  posix/locale_dates.cpp
+  posix/name_lookup.cpp
+  posix/native_path.cpp
+  posix/new_file.cpp
+  posix/open_file.cpp
+  posix/process.cpp
+  posix/read_ahead.cpp
+  posix/readiness.cpp
+  posix/secret.cpp
+  posix/settings_file.cpp
+  posix/shell.cpp
+  posix/single_copy.cpp
+  posix/sockets.cpp
+  posix/system_error.cpp
+  posix/terminal.cpp
+  posix/viewing.cpp
+)
+set(system_tests
+  posix/channel_test.cpp
+  posix/clock_test.cpp
+  posix/disk_full_test.cpp
+  posix/file_times_test.cpp
+  posix/files_test.cpp
+  posix/name_lookup_test.cpp
+  posix/native_path_test.cpp
+  posix/new_file_test.cpp
+  posix/open_file_test.cpp
+  posix/read_ahead_test.cpp
+  posix/secret_test.cpp
+  posix/shell_test.cpp
+  posix/single_copy_test.cpp
+)

@@ -1,0 +1,4 @@
+set(system_sources
+)
+set(system_tests
+)
