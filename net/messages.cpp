@@ -115,6 +115,13 @@ void Messages::SyncMe(const std::string& requesterId, const std::string& address
     sync::ClearStatus(context_);
     return;
   }
+  if (awaited_ && !awaited_->import && awaited_->targetId == IdOf(requesterId) && !awaited_->requestAnswered) {
+    // It was asked for while the file was made or under way. If that one comes to nothing there, the next request is
+    // for another.
+    awaited_->requestAnswered = true;
+    context_.user.LogLine("Sync request of [" + requesterId + "] is answered by the file that was sent");
+    return;
+  }
   sync::ExportByNetwork(context_, IdOf(requesterId), address);
 }
 
@@ -142,12 +149,12 @@ void Messages::NetFailed(const std::string& command, const std::string& address)
 }
 
 bool Messages::AwaitImport(const std::string& targetId, const std::string& address) {
-  awaited_ = {.targetId = IdOf(targetId), .address = address, .import = true, .succeeded = {}};
+  awaited_ = {.targetId = IdOf(targetId), .address = address, .import = true};
   return Await("Waiting for the file of [" + targetId + "]...");
 }
 
 bool Messages::AwaitConfirmation(const std::string& targetId, const std::string& address) {
-  awaited_ = {.targetId = IdOf(targetId), .address = address, .import = false, .succeeded = {}};
+  awaited_ = {.targetId = IdOf(targetId), .address = address, .import = false};
   return Await("Waiting for the confirmation of [" + targetId + "]...");
 }
 

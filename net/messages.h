@@ -60,8 +60,9 @@ class Messages : public sync::NetworkWait {
   struct Awaited {
     std::string targetId;
     std::string address;
-    bool import = false;  // otherwise a confirmation
-    std::optional<bool> succeeded;
+    bool import = false;           // otherwise a confirmation
+    bool requestAnswered = false;  // the target's request for the file that it is to confirm
+    std::optional<bool> succeeded{};
   };
   std::optional<Awaited> awaited_;
 };

@@ -372,6 +372,25 @@ TEST_F(MessagesTest, AwaitedEndWithTheConfirmationOfTheRightComputer) {
   EXPECT_TRUE(vandry_->WaitForHandled(2));
 }
 
+// What a computer asked for before the run sent it, or while it waits, is that very file.
+TEST_F(MessagesTest, AwaitedFileAnswersTheTargetsOwnRequest) {
+  StartVandry();
+  for (const char* text : {"SyncMe LAP 10.0.0.9", "SyncMe home 10.0.0.8", "SyncSuccessfull lap"}) vandry_->Push(text);
+  ASSERT_EQ(link_.StartLink(), 0);
+  EXPECT_TRUE(messages_.AwaitConfirmation("lap", "10.0.0.2"));
+  EXPECT_THAT(vandry_->Commands(), ElementsAre(StartsWith("NetFileSend 10.0.0.8 office home ")));
+  EXPECT_THAT(user_.log, Contains("Sync request of [LAP] is answered by the file that was sent"));
+}
+
+// It may not have got on with the first one.
+TEST_F(MessagesTest, AwaitedFileAnswersOneRequestOnly) {
+  StartVandry();
+  for (const char* text : {"SyncMe lap 10.0.0.9", "SyncMe lap 10.0.0.9", "SyncSuccessfull lap"}) vandry_->Push(text);
+  ASSERT_EQ(link_.StartLink(), 0);
+  EXPECT_TRUE(messages_.AwaitConfirmation("lap", "10.0.0.2"));
+  EXPECT_THAT(vandry_->Commands(), ElementsAre(StartsWith("NetFileSend 10.0.0.9 office lap ")));
+}
+
 TEST_F(MessagesTest, AwaitedEndAsFailedByAFailureAtTheAddress) {
   StartVandry();
   vandry_->Push("NetFailed NetTrans 10.0.0.99 elsewhere");
