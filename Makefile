@@ -18,7 +18,8 @@ help:
 	@echo "make install       the program, its help, icons and manual pages below PREFIX=$(PREFIX);"
 	@echo "                   DESTDIR is put before it"
 	@echo "make deb           a Debian package of all that, in build/"
-	@echo "make demo          two computers on this machine; KEEP=1 leaves their folders"
+	@echo "make demo          two computers on this machine, kept in step by files, network and FTP;"
+	@echo "                   KEEP=1 leaves their folders"
 	@echo "make screenshots   the pictures of docs/tour.md, taken from the program"
 	@echo "make bench         speed beside tar, cp, rsync and unison; writes docs/performance.md"
 	@echo "                   and, of the network beside rsync over ssh, docs/network_speed.md"
@@ -66,7 +67,8 @@ test:
 
 demo: build
 	@cmake --build --preset release -j $(JOBS) --target zelkor_seed
-	@demo/demo.sh $(if $(KEEP),--keep) build/zelkor build/release/demo/zelkor_seed
+	@cmake/ftp_servers.sh
+	@demo/demo.sh $(if $(KEEP),--keep) --ftp build/ftp-servers build/zelkor build/vandry build/release/demo/zelkor_seed
 
 screenshots: build
 	@cmake/deps.sh screenshots

@@ -1,32 +1,54 @@
 #!/bin/bash
-# Two computers, office and laptop, kept in step by files on a stick:  demo.sh [--keep] ZELKOR ZELKOR_SEED
+# Two computers, office and laptop, kept in step by files on a stick, over the network and through an FTP server:
+#   demo.sh [--keep] [--ftp FOLDER] ZELKOR VANDRY ZELKOR_SEED
 #
 # Both live in a folder of their own on this machine: each has its home directory, its settings and its catalogue. The
-# stick is a folder. Beside them a third tree, "wanted", is kept by hand (with cp) and says which version of each file
-# must stand where at the end; the status is 0 only when every file's bytes and time are as wanted.
+# stick is a folder, the network the machine's own, the FTP server a real one from FOLDER (cmake/ftp_servers.sh). Beside
+# them a third tree, "wanted", is kept by hand (with cp) and says which version of each file must stand where in the end;
+# the status is 0 only when every file's bytes and time are as wanted, after each road. Nothing is left behind, not even
+# when it is interrupted.
 set -euo pipefail
 export LC_ALL=C.UTF-8
 # With summer time, written out so that it needs no time zone files.
 export TZ='CET-1CEST,M3.5.0,M10.5.0/3'
 
-keep=""
-if [ "${1:-}" = --keep ]; then
-  keep=yes
+here=$(dirname "$(realpath "$0")")
+usage() {
+  echo "usage: demo.sh [--keep] [--ftp FOLDER] ZELKOR VANDRY ZELKOR_SEED" >&2
+  exit 2
+}
+keep="" ftp_folder=""
+while [ $# -gt 0 ]; do
+  case $1 in
+    --keep) keep=yes ;;
+    --ftp) ftp_folder=${2:-} && shift ;;
+    *) break ;;
+  esac
   shift
-fi
-[ $# -eq 2 ] || { echo "usage: demo.sh [--keep] ZELKOR ZELKOR_SEED" >&2; exit 2; }
+done
+[ $# -eq 3 ] || usage
 zelkor=$(realpath "$1")
-seeder=$(realpath "$2")
+vandry=$(realpath "$2")
+seeder=$(realpath "$3")
 
 root=$(mktemp -d "${TMPDIR:-/tmp}/zelkor-demo-XXXXXX")
+background=()  # processes, and groups of them as negative numbers
 leave() {
+  local status=$?
+  trap '' INT TERM HUP
+  end_background
   if [ -n "$keep" ]; then
     echo "Both computers are left in $root."
   else
     rm -rf "$root"
   fi
+  exit "$status"
 }
 trap leave EXIT
+# A program that was interrupted ends by itself; this ends the demo too.
+trap 'exit 130' INT
+trap 'exit 143' TERM
+trap 'exit 129' HUP
 
 office=$root/office/home
 laptop=$root/laptop/home
@@ -47,20 +69,82 @@ fail() {
   exit 1
 }
 
+# end_background: ends all that runs beside the demo and waits for it.
+end_background() {
+  local process i
+  # Where there is none it is no reason to stop.
+  set +e
+  for process in "${background[@]}"; do kill -TERM -- "$process" 2>/dev/null; done
+  for process in "${background[@]}"; do
+    for ((i = 0; i < 50; i++)); do
+      kill -0 -- "$process" 2>/dev/null || break
+      sleep 0.1
+    done
+    kill -KILL -- "$process" 2>/dev/null
+    wait "${process#-}" 2>/dev/null
+  done
+  background=()
+  set -e
+}
+
+# until_there SECONDS COMMAND …: repeats it until it succeeds.
+until_there() {
+  local end=$((SECONDS + $1))
+  shift
+  until "$@"; do
+    [ $SECONDS -lt $end ] || return 1
+    sleep 0.05
+  done
+}
+
 # --- The two computers -----------------------------------------------------------------------------------------------
 
 # as COMPUTER COMMAND …: runs a program of ours as one of the two computers.
 as() {
-  local computer=$root/$1
+  environment_of "$1"
   shift
-  env HOME="$computer/home" XDG_CONFIG_HOME="$computer/config" ZELKOR_DIR="$computer/program" TMPDIR="$computer/tmp" "$@"
+  env "${environment[@]}" "$@"
 }
+environment_of() {
+  local computer=$root/$1
+  environment=("HOME=$computer/home" "XDG_CONFIG_HOME=$computer/config" "ZELKOR_DIR=$computer/program"
+    "TMPDIR=$computer/tmp" "XDG_RUNTIME_DIR=$computer/run")
+}
+
+# start COMPUTER OUTPUT COMMAND …: likewise, but beside the demo, which ends it at the latest with itself. Its number
+# is in "started".
+start() {
+  local output=$2
+  environment_of "$1"
+  shift 2
+  # Not through a function: its number would be that of a shell between.
+  env "${environment[@]}" "$@" >"$output" 2>&1 </dev/null &
+  started=$!
+  background+=("$started")
+}
+
+# ended: waits for what was started last; its status.
+ended() {
+  local status=0
+  wait "$started" || status=$?
+  unset 'background[-1]'
+  return "$status"
+}
+
+# prompt COMPUTER COMMAND: what is typed there.
+prompt() { printf '\n%s$ %s%s\n' "$bold$1" "$2" "$plain"; }
 
 # sync COMPUTER WORD: one unattended run, its log shown without its middle.
 sync() {
-  local computer=$1 word=$2 log=$root/output status=0 lines
-  printf '\n%s$ zelkor '\''%s'\''%s\n' "$bold$computer" "$word" "$plain"
-  as "$computer" "$zelkor" "$word" >"$log" 2>&1 </dev/null || status=$?
+  local computer=$1 word=$2 status=0
+  prompt "$computer" "zelkor '$word'"
+  as "$computer" "$zelkor" "$word" >"$root/output" 2>&1 </dev/null || status=$?
+  show_run "$computer" "$root/output" "$status"
+}
+
+# show_run COMPUTER LOG STATUS
+show_run() {
+  local computer=$1 log=$2 status=$3 lines
   printf '%s' "$dim"
   # The first lines, and those from the counts on.
   lines=$(grep -n -m 1 -e ' files exported$' -e '^File summary:' "$log" | cut -d : -f 1) || true
@@ -158,7 +242,8 @@ make_files() {
 make_computers() {
   local computer
   for computer in office laptop; do
-    mkdir -p "$root/$computer"/{home,config,program,tmp}
+    mkdir -p "$root/$computer"/{home,config,program,tmp,run}
+    chmod 700 "$root/$computer/run"
     printf '[Orlim]\r\nuser=%s\r\n[Drives]\r\ns=%s\r\n' "$computer" "$stick" >"$root/$computer/config/orlim.ini"
   done
   mkdir -p "$stick" "$pictures"
@@ -291,6 +376,9 @@ compare() {
 
 deleted_items() { as "$1" "$seeder" --list | sed -n 's/^[0-9]* deleted [A-Za-z]* \([^(]*\) (.*/\1/p' | sort | paste -sd, ; }
 
+# shellcheck source=demo/roads.sh
+. "$here/roads.sh"
+
 # --- The tour --------------------------------------------------------------------------------------------------------
 
 title "Two computers, office and laptop, in $root"
@@ -326,3 +414,28 @@ title "5. Both computers, file by file: bytes, and times to the second"
 compare
 say "Deleted items in the office: $(deleted_items office); on the laptop: $(deleted_items laptop)."
 [ "$(deleted_items office)" = "Deep down,Old plan" ] || fail "The deleted item did not travel."
+
+title "6. The network: both computers run Vandry, and are paired once"
+start_vandrys
+pair
+
+title "7. Both sides change files again, and synchronise over the network"
+edit_both_sides network 1
+set_road network
+over_network office laptop
+over_network laptop office
+echo
+compare
+
+title "8. And once more, through an FTP server"
+if why_no_ftp=$(ftp_server_missing); then
+  say "This road is left out: $why_no_ftp."
+else
+  start_ftp_server
+  edit_both_sides FTP 2
+  set_road ftp
+  through_server office laptop
+  through_server laptop office
+  echo
+  compare
+fi

@@ -3,6 +3,8 @@
 //
 // Standard input holds one command a line, its words kept apart by tabs, in UTF-8:
 //   target  ID                                                 a new target
+//   connect ID  network  ADDRESS                               how a target is reached
+//   connect ID  ftp  SERVER  USER  PASSWORD  DIRECTORY
 //   item    DESCRIPTION  METHOD  SYNC-TO  CODES  LINE [LINE …]  a new item; the lines are its file selection
 //   method  DESCRIPTION  METHOD                                changes an item; METHOD is Auto, On or Off
 //   codes   DESCRIPTION  CODES
@@ -107,6 +109,8 @@ class Seeder {
     const std::string& command = words[0];
     if (command == "target" && words.size() == 2) {
       if (targets_.FindTarget(words[1], false) != 0 || !targets_.NewTarget(words[1])) throw Trouble("target not made");
+    } else if (command == "connect" && words.size() > 3) {
+      Connect(words);
     } else if (command == "item" && words.size() > 5) {
       Add(words);
     } else if (command == "method" && words.size() == 3) {
@@ -144,6 +148,24 @@ class Seeder {
     item.SetNumber(FileRec::kSyncTo, Position(kSyncTo, words[3]));
     item.SetText(FileRec::kCodes, words[4]);
     database_.WriteItem(*recno);
+  }
+
+  void Connect(const std::vector<std::string>& words) {
+    using net::TargetRec;
+    const int slot = targets_.FindTarget(words[1], false);
+    if (slot == 0) throw Trouble("no such target: " + words[1]);
+    TargetRec& target = targets_.Current();
+    const bool network = words[2] == "network" && words.size() == 4;
+    if (!network && !(words[2] == "ftp" && words.size() == 7)) throw Trouble("unknown connection: " + words[2]);
+    target.SetNumber(TargetRec::kConnectionType,
+                     static_cast<std::int32_t>(network ? net::ConnectionType::Ip : net::ConnectionType::Ftp));
+    target.SetText(TargetRec::kAddress, words[3]);
+    if (!network) {
+      target.SetText(TargetRec::kUserName, words[4]);
+      target.SetText(TargetRec::kPassword, words[5]);
+      target.SetText(TargetRec::kDirectory, words[6]);
+    }
+    targets_.WriteTarget(slot, target);
   }
 
   template <class Edit>
