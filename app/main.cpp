@@ -9,6 +9,7 @@
 #include "app/startup.h"
 #include "app/windows.h"
 #include "db/memory_rows.h"
+#include "lib/command_line.h"
 #include "lib/format.h"
 #include "lib/native_path.h"
 #include "lib/run_time_error.h"
@@ -81,7 +82,7 @@ int RunUnattended(const std::vector<zelkor::app::Word>& words, const std::string
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
+  const std::vector<std::string> arguments = zelkor::lib::CommandLineWords(argc, argv);
   for (const std::string& argument : arguments) {
     if (argument == "--help" || argument == "--version") {
       zelkor::lib::WriteToStandardOutput(argument == "--help" ? kHelp : Version());

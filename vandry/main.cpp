@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "lib/code_page.h"
+#include "lib/command_line.h"
 #include "lib/format.h"
 #include "lib/native_path.h"
 #include "lib/secret.h"
@@ -62,7 +63,7 @@ int Run(const std::string& programDir) {
 
 int main(int argc, char** argv) {
   lib::KeepMemoryPrivate();
-  const std::vector<std::string> words(argv + (argc > 0 ? 1 : 0), argv + argc);
+  const std::vector<std::string> words = lib::CommandLineWords(argc, argv);
   if (!words.empty() && (words[0] == "--help" || words[0] == "--version")) {
     const std::string version = "Vandry " + lib::FormatTwoDecimals(vandry::kVandryVersion / 100.0) + "\n";
     lib::WriteToStandardOutput(words[0] == "--help" ? kHelp : version);

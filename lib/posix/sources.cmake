@@ -4,6 +4,7 @@ set(system_sources
   posix/channel_socket.cpp
   posix/clock.cpp
   posix/code_page_table.cpp
+  posix/command_line.cpp
   posix/copy_range.cpp
   posix/drives.cpp
   posix/file_info.cpp

@@ -1,4 +1,5 @@
 set(system_sources
+  windows/command_line.cpp
 )
 set(system_tests
 )
