@@ -13,6 +13,7 @@
 #include "lib/format.h"
 #include "lib/native_path.h"
 #include "lib/run_time_error.h"
+#include "lib/secret.h"
 #include "lib/shell.h"
 #include "lib/terminal.h"
 #include "lib/version.h"
@@ -82,6 +83,8 @@ int RunUnattended(const std::vector<zelkor::app::Word>& words, const std::string
 }  // namespace
 
 int main(int argc, char** argv) {
+  // The targets, passwords of FTP servers among them, are in memory from the start to the end.
+  zelkor::lib::KeepMemoryPrivate();
   const std::vector<std::string> arguments = zelkor::lib::CommandLineWords(argc, argv);
   for (const std::string& argument : arguments) {
     if (argument == "--help" || argument == "--version") {

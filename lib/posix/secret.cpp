@@ -5,7 +5,6 @@
 #include <cstring>
 #include <malloc.h>
 #include <sys/prctl.h>
-#include <sys/resource.h>
 
 namespace zelkor::lib {
 
@@ -29,11 +28,8 @@ void* ReallocateWiped(void* memory, std::size_t size) {
   return other;
 }
 
-void KeepMemoryPrivate() {
-  const rlimit none{.rlim_cur = 0, .rlim_max = 0};
-  setrlimit(RLIMIT_CORE, &none);
-  // A core file piped to a program ignores that limit, but not this.
-  prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);
-}
+// Not by the limit of core files' sizes: the programs that this one starts would inherit it, and it does not hold for
+// core files that are piped to a program. This holds for both, and ends where another program begins.
+void KeepMemoryPrivate() { prctl(PR_SET_DUMPABLE, 0, 0, 0, 0); }
 
 }  // namespace zelkor::lib

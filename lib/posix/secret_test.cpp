@@ -58,9 +58,21 @@ TEST(Secret, ForbidsCoreFiles) {
   EXPECT_EXIT(
       {
         KeepMemoryPrivate();
-        rlimit limit{};
-        getrlimit(RLIMIT_CORE, &limit);
-        _exit(limit.rlim_cur == 0 && prctl(PR_GET_DUMPABLE) == 0 ? 7 : 1);
+        _exit(prctl(PR_GET_DUMPABLE) == 0 ? 7 : 1);
+      },
+      testing::ExitedWithCode(7), "");
+}
+
+// What a user opens from here is not ours to limit.
+TEST(Secret, LeavesTheProgramsItStartsAlone) {
+  EXPECT_EXIT(
+      {
+        rlimit before{};
+        getrlimit(RLIMIT_CORE, &before);
+        KeepMemoryPrivate();
+        rlimit after{};
+        getrlimit(RLIMIT_CORE, &after);
+        _exit(before.rlim_cur == after.rlim_cur && before.rlim_max == after.rlim_max ? 7 : 1);
       },
       testing::ExitedWithCode(7), "");
 }

@@ -213,7 +213,10 @@ Outcome RunningProcess::Wait() {
   ReadInto(out_, output_);
   ReadInto(err_, error_);
   if (WIFEXITED(status)) outcome.status = WEXITSTATUS(status);
-  if (WIFSIGNALED(status)) outcome.signal = WTERMSIG(status);
+  if (WIFSIGNALED(status)) {
+    outcome.signal = WTERMSIG(status);
+    outcome.core = WCOREDUMP(status);
+  }
   outcome.out = out_;
   outcome.err = err_;
   return outcome;

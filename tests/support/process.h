@@ -21,8 +21,9 @@ struct Command {
 };
 
 struct Outcome {
-  int status = -1;  // exit status; -1 when a signal ended the process
-  int signal = 0;   // the signal that ended it
+  int status = -1;    // exit status; -1 when a signal ended the process
+  int signal = 0;     // the signal that ended it
+  bool core = false;  // it left a core file then
   bool timedOut = false;
   std::string out{};
   std::string err{};
