@@ -33,7 +33,7 @@ start_vandrys() {
   say "Office listens on port $office_port of 127.0.0.1, the laptop on $laptop_port."
 }
 
-has_code() { grep -sq '^Within ' "$root/pairing"; }
+has_code() { grep -sq 'by fingerprints' "$root/pairing"; }
 
 pair() {
   local code status=0

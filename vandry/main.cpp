@@ -28,16 +28,15 @@ constexpr int kDone = 0;
 constexpr int kFailed = 1;
 constexpr int kNotUnderstood = 2;
 
-constexpr const char* kHelp =
+// Around what there is to say of pairing.
+constexpr const char* kHelpBefore =
     "Usage: vandry [SWITCH]\n"
-    "Carries Zelkor's sync files and messages between computers. Zelkor starts it and ends it.\n"
-    "\n"
-    "  --fingerprint     shows this computer's key\n"
-    "  --pair ...        makes another computer known here; --pair alone says how\n"
-    "  --paired          the computers that are known here\n"
-    "  --unpair ID       forgets one of them\n"
-    "  --help            this text\n"
-    "  --version         the version\n";
+    "Carries Zelkor's sync files and messages between computers. Zelkor starts it when it is needed;\n"
+    "started by hand it runs without a window until it is interrupted.\n"
+    "\n";
+constexpr const char* kHelpBehind =
+    "  --help                   this text\n"
+    "  --version                the version\n";
 
 int Fail(const std::string& message) {
   lib::WriteToStandardError("Vandry: " + lib::ToUtf8(message) + "\n");
@@ -66,7 +65,8 @@ int main(int argc, char** argv) {
   const std::vector<std::string> words = lib::CommandLineWords(argc, argv);
   if (!words.empty() && (words[0] == "--help" || words[0] == "--version")) {
     const std::string version = "Vandry " + lib::FormatTwoDecimals(vandry::kVandryVersion / 100.0) + "\n";
-    lib::WriteToStandardOutput(words[0] == "--help" ? kHelp : version);
+    lib::WriteToStandardOutput(words[0] == "--help" ? kHelpBefore + std::string(vandry::kPairingHelp) + kHelpBehind
+                                                    : version);
     return kDone;
   }
   const bool pairing = !words.empty() && vandry::IsPairingCommand(words[0]);

@@ -9,6 +9,7 @@
 #include "vandry/pairing.h"
 #include "vandry/pairings.h"
 #include "vandry/peer.h"
+#include "vandry/peer_address.h"
 #include "vandry/peer_connection.h"
 
 namespace zelkor::vandry {
@@ -29,14 +30,7 @@ int Fail(const std::string& line, int status = kFailed) {
 }
 
 int Usage() {
-  return Fail(
-      "vandry --fingerprint                the fingerprint of this computer's key\n"
-      "        vandry --pair                       shows a pairing code and waits for the other computer\n"
-      "        vandry --pair ADDRESS CODE          types the code that the computer at ADDRESS shows\n"
-      "        vandry --pair ID FINGERPRINT        pairs with that key; do the same on the other computer\n"
-      "        vandry --paired                     lists the computers that this one is paired with\n"
-      "        vandry --unpair ID                  forgets one of them",
-      kNotUnderstood);
+  return Fail("These words can not be understood. There are:\n" + std::string(kPairingHelp), kNotUnderstood);
 }
 
 // The connections of a pairing, and what comes of them.
@@ -164,7 +158,10 @@ int ShowCode(const std::string& programDir, PairingParty& party, Loop& loop) {
   if (const lib::Status begun = offer.Begin(code); !begun.Ok()) return Fail(begun.Message());
   party.ListenIfNobodyDoes();
   Say("Pairing code: " + code);
-  Say("Within 10 minutes, on the other computer: vandry --pair ADDRESS-OF-THIS-COMPUTER " + code);
+  const std::uint16_t port = ReadPeerSettings(programDir).port;
+  const std::string withPort = port == kDefaultPort ? std::string() : ":" + std::to_string(port);
+  Say("Within 10 minutes, on the other computer: vandry --pair ADDRESS-OF-THIS-COMPUTER" + withPort + " " + code);
+  Say("Where that one can not reach this one, pair by fingerprints: vandry --help");
   PairingOffer::Outcome outcome = offer.Look();
   while (outcome.open && !lib::Interrupted()) {
     loop.RunUntil([] { return lib::Interrupted(); }, kLook);
