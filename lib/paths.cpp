@@ -16,20 +16,6 @@ std::size_t NameStart(std::string_view path) {
   return separator == std::string_view::npos ? 0 : separator + 1;
 }
 
-// Names that Windows keeps for devices, in every directory and with any extension. Source: Microsoft's "Naming Files,
-// Paths, and Namespaces"; the superscript digits 1 to 3 of Windows-1252 count as digits there.
-bool IsDeviceName(std::string_view name) {
-  const std::string_view base = Trim(name.substr(0, name.find('.')));
-  constexpr auto kDevices =
-      std::to_array<std::string_view>({"con", "prn", "aux", "nul", "conin$", "conout$", "clock$"});
-  if (std::any_of(kDevices.begin(), kDevices.end(), [&](std::string_view d) { return EqualNoCase(base, d); })) {
-    return true;
-  }
-  constexpr std::string_view kPorts = "123456789\xB9\xB2\xB3";
-  return base.size() == 4 && (BeginsWithNoCase(base, "com") || BeginsWithNoCase(base, "lpt")) &&
-         kPorts.find(base[3]) != std::string_view::npos;
-}
-
 // Control characters as "?", so that a message stays one line.
 std::string Shown(std::string_view name) {
   std::string text(name);
@@ -83,6 +69,20 @@ Status CheckName(std::string_view name) {
   }
   if (name.front() == ' ' || name.back() == ' ') return RefusedName(name, "it begins or ends with a blank");
   return {};
+}
+
+// In every directory and with any extension. Source: Microsoft's "Naming Files,
+// Paths, and Namespaces"; the superscript digits 1 to 3 of Windows-1252 count as digits there.
+bool IsDeviceName(std::string_view name) {
+  const std::string_view base = Trim(name.substr(0, name.find('.')));
+  constexpr auto kDevices =
+      std::to_array<std::string_view>({"con", "prn", "aux", "nul", "conin$", "conout$", "clock$"});
+  if (std::any_of(kDevices.begin(), kDevices.end(), [&](std::string_view d) { return EqualNoCase(base, d); })) {
+    return true;
+  }
+  constexpr std::string_view kPorts = "123456789\xB9\xB2\xB3";
+  return base.size() == 4 && (BeginsWithNoCase(base, "com") || BeginsWithNoCase(base, "lpt")) &&
+         kPorts.find(base[3]) != std::string_view::npos;
 }
 
 Status CheckPath(std::string_view path) {

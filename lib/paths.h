@@ -26,6 +26,8 @@ namespace zelkor::lib {
 // Whether the form can carry `name`, one component of a path: refused with a message that says which name and why for
 // an empty name, backslash, colon, *, ?, ", control characters, and a blank at either end.
 [[nodiscard]] Status CheckName(std::string_view name);
+// True for the names that Windows keeps for devices (con, nul, com1 …), with or without an extension.
+[[nodiscard]] bool IsDeviceName(std::string_view name);
 // Whether `path` is X:\… and CheckName takes every component of it; the last one may be missing.
 [[nodiscard]] Status CheckPath(std::string_view path);
 // Whether a path that came with a sync file may be written to or read: X:\… only, every component as CheckName wants

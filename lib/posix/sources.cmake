@@ -2,7 +2,6 @@ set(system_sources
   posix/channel_client.cpp
   posix/channel_server.cpp
   posix/channel_socket.cpp
-  posix/clock.cpp
   posix/code_page_table.cpp
   posix/command_line.cpp
   posix/copy_range.cpp
@@ -10,13 +9,14 @@ set(system_sources
   posix/file_info.cpp
   posix/file_times.cpp
   posix/files.cpp
+  posix/local_offset.cpp
   posix/locale_dates.cpp
   posix/name_lookup.cpp
   posix/native_path.cpp
   posix/new_file.cpp
   posix/open_file.cpp
   posix/process.cpp
-  posix/read_ahead.cpp
+  posix/read_ahead_file.cpp
   posix/readiness.cpp
   posix/secret.cpp
   posix/settings_file.cpp
@@ -29,7 +29,6 @@ set(system_sources
 )
 set(system_tests
   posix/channel_test.cpp
-  posix/clock_test.cpp
   posix/disk_full_test.cpp
   posix/file_times_test.cpp
   posix/files_test.cpp
@@ -37,7 +36,6 @@ set(system_tests
   posix/native_path_test.cpp
   posix/new_file_test.cpp
   posix/open_file_test.cpp
-  posix/read_ahead_test.cpp
   posix/secret_test.cpp
   posix/shell_test.cpp
   posix/single_copy_test.cpp

@@ -1,5 +1,29 @@
 set(system_sources
+  windows/channel_client.cpp
+  windows/channel_server.cpp
+  windows/code_page_table.cpp
   windows/command_line.cpp
+  windows/copy_range.cpp
+  windows/dde.cpp
+  windows/drives.cpp
+  windows/file_info.cpp
+  windows/file_times.cpp
+  windows/files.cpp
+  windows/local_offset.cpp
+  windows/locale_dates.cpp
+  windows/native_path.cpp
+  windows/new_file.cpp
+  windows/open_file.cpp
+  windows/read_ahead_file.cpp
+  windows/readiness.cpp
+  windows/secret.cpp
+  windows/settings_file.cpp
+  windows/shell.cpp
+  windows/single_copy.cpp
+  windows/sockets.cpp
+  windows/system_error.cpp
+  windows/terminal.cpp
+  windows/wide.cpp
 )
 set(system_tests
 )

@@ -3,25 +3,16 @@
 #include <array>
 #include <atomic>
 #include <cassert>
-#include <cerrno>
-#include <csignal>
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <system_error>
 #include <thread>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
-#include "lib/posix/descriptor.h"
-#include "lib/posix/drives.h"
-#include "lib/posix/file_info.h"
+#include "lib/read_ahead_file.h"
+#include "lib/terminal.h"
 
 namespace zelkor::lib {
 namespace {
-
-using posix::Descriptor;
-using posix::Uninterrupted;
 
 // The ring's places go round through these. Whoever changes Wanted to Reading has the place to himself until he
 // changes it again; so a place that the thread has not come to yet is taken back without waiting.
@@ -36,39 +27,6 @@ struct Place {
   ReadAhead::Found found;
   std::vector<char> buffer;
 };
-
-bool Same(const struct statx& a, const struct statx& b) {
-  return a.stx_size == b.stx_size && posix::ChangeStamp(a) == posix::ChangeStamp(b);
-}
-
-// Only as it is spelled: the search for another spelling belongs to the other thread.
-void Read(Place& place) {
-  place.known = false;
-  place.found = {};
-  const Result<posix::WrittenPath> written = posix::Drives::Current().ToWritten(place.path);
-  if (!written.Ok()) return;
-  const char* const native = written->native.c_str();
-  struct statx facts {};
-  if (place.cutoff != 0) {
-    if (posix::ReadFacts({.path = native}, facts) != 0 || !S_ISREG(facts.stx_mode)) return;
-    place.found.info = posix::ToFileInfo(facts, std::nullopt);
-    place.known = true;
-    if (DateToSeconds(place.found.info.written) <= DateToSeconds(place.cutoff)) return;
-  }
-  const Descriptor file(Uninterrupted([&] { return open(native, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY); }));
-  if (!file.IsOpen() || posix::ReadFacts({.descriptor = file.Get()}, facts) != 0 || !S_ISREG(facts.stx_mode)) return;
-  const auto size = static_cast<std::int64_t>(facts.stx_size);
-  if (size > ReadAhead::kLongest) return;
-  place.found.info = posix::ToFileInfo(facts, posix::ReadCreated(file.Get()));
-  place.known = true;
-  const auto count = static_cast<std::size_t>(size);
-  if (place.buffer.size() < count) place.buffer.resize(count);
-  if (size > 0 && Uninterrupted([&] { return pread(file.Get(), place.buffer.data(), count, 0); }) != size) return;
-  struct statx after {};
-  if (posix::ReadFacts({.descriptor = file.Get()}, after) != 0 || !Same(facts, after)) return;
-  place.found.content = std::span(place.buffer).first(count);
-  place.found.read = true;
-}
 
 }  // namespace
 
@@ -92,17 +50,11 @@ struct ReadAhead::State {
 };
 
 ReadAhead::State::State() {
-  // Signals are for the thread that waits for them.
-  sigset_t all;
-  sigset_t usual;
-  sigfillset(&all);
-  pthread_sigmask(SIG_SETMASK, &all, &usual);
   try {
     thread = std::thread([this] { Work(); });
   } catch (const std::system_error&) {
     // Without the thread nothing is read ahead.
   }
-  pthread_sigmask(SIG_SETMASK, &usual, nullptr);
 }
 
 ReadAhead::State::~State() {
@@ -114,6 +66,7 @@ ReadAhead::State::~State() {
 }
 
 void ReadAhead::State::Work() {
+  LeaveInterruptsToFirstThread();
   std::size_t file = 0;
   for (;;) {
     const std::size_t end = started.load(std::memory_order_acquire);
@@ -126,7 +79,8 @@ void ReadAhead::State::Work() {
       Place& place = At(file);
       Stage expected = Stage::Wanted;
       if (!place.stage.compare_exchange_strong(expected, Stage::Reading, std::memory_order_acquire)) continue;
-      Read(place);
+      place.found = {};
+      place.known = ReadFileAhead(place.path, place.cutoff, place.buffer, place.found);
       place.stage.store(Stage::Ready, std::memory_order_release);
       place.stage.notify_one();
     }
