@@ -61,6 +61,7 @@ void EditKt::Form_Load(const FormPosition& design) {
                     .width = lib::GetIniNumber(kSection, kWidth, design.width),
                     .height = lib::GetIniNumber(kSection, kHeight, design.height)});
   lib::MoveOntoAScreen(*this);
+  lib::KeepSizeWhenFramed(*this);
 }
 
 void EditKt::ShowText(const std::optional<std::string>& utf8) {

@@ -343,6 +343,7 @@ void mw::SetCaption(const std::string& caption) { SetTitle(lib::ToWx(caption)); 
 
 void mw::ShowWindow() {
   shown_ = true;
+  lib::KeepSizeWhenFramed(*this);
   Show();
   if (placed_.state == WindowState::Minimised) Iconize();
   Shown().Window().SetFocus();

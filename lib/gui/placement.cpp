@@ -1,7 +1,11 @@
 #include "lib/gui/placement.h"
 
 #include <algorithm>
+#include <memory>
 #include <wx/display.h>
+#include <wx/stopwatch.h>
+
+#include "lib/gui/later.h"
 
 namespace zelkor::lib {
 
@@ -55,6 +59,28 @@ wxRect Beside(const wxRect& screen, wxRect window, const wxRect& other) {
 void PlaceBeside(wxWindow& window, const wxTopLevelWindow& other) {
   if (!other.IsShown() || other.IsIconized()) return;
   window.SetSize(OntoAScreen(Beside(ScreenOf(other.GetRect()), window.GetRect(), other.GetRect())));
+}
+
+void KeepSizeWhenFramed(wxTopLevelWindow& window) {
+  // What comes later or differs by more is the user's choice, not the frame.
+  constexpr long kFramedWithinMs = 2000;
+  constexpr int kThickestFrame = 64;  // both sides together, in logical pixels
+  struct Wanted {
+    wxSize size;
+    wxStopWatch sinceShown;
+    bool kept = false;
+  };
+  const auto wanted = std::make_shared<Wanted>(Wanted{.size = window.GetSize(), .sinceShown = {}});
+  window.Bind(wxEVT_SIZE, [&window, wanted](wxSizeEvent& event) {
+    event.Skip();
+    if (wanted->kept || wanted->sinceShown.Time() > kFramedWithinMs) return;
+    if (!window.IsShown() || window.IsMaximized() || window.IsIconized()) return;
+    const wxSize grown = window.GetSize() - wanted->size;
+    const int most = window.FromDIP(kThickestFrame);
+    if (grown == wxSize() || grown.x < 0 || grown.y < 0 || grown.x > most || grown.y > most) return;
+    wanted->kept = true;
+    Later(window, [&window, wanted] { window.SetSize(wanted->size); });
+  });
 }
 
 }  // namespace zelkor::lib

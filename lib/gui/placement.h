@@ -19,4 +19,8 @@ void MoveOntoAScreen(wxWindow& window);
 // Puts a window so beside another one; leaves its place to the window system when that one is not to be seen.
 void PlaceBeside(wxWindow& window, const wxTopLevelWindow& other);
 
+// Has a window that is about to be shown keep its size. A size counts the frame, and how thick that is becomes known
+// only when the window is on the screen, a moment later; until then it counts as nothing.
+void KeepSizeWhenFramed(wxTopLevelWindow& window);
+
 }  // namespace zelkor::lib
