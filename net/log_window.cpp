@@ -137,7 +137,8 @@ void LogWindow::ShowMenu() {
 void LogWindow::Form_Activate(wxActivateEvent& event) {
   event.Skip();
   if (!event.GetActive()) return;
-  if (lib::Stopwatch() < keyboardGoesBackUntil_) parent_.Raise();
+  // Raising would show a window that has been closed meanwhile.
+  if (parent_.IsShown() && lib::Stopwatch() < keyboardGoesBackUntil_) parent_.Raise();
   keyboardGoesBackUntil_ = 0;
 }
 
