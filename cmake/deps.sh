@@ -6,7 +6,7 @@ set -eu
 
 # What every build needs, and what the tests of windows need beside it.
 build="cmake ninja-build g++ ccache libgtest-dev libgmock-dev libwxgtk3.2-dev libgtk-3-dev pkg-config libcurl4-openssl-dev libssl-dev"
-display="xvfb fluxbox x11-utils adwaita-icon-theme fonts-dejavu-core"
+display="xvfb fluxbox x11-utils libxtst-dev adwaita-icon-theme fonts-dejavu-core"
 
 # The icons of an installed program, and what looks at an installation.
 pictures="librsvg2-bin"

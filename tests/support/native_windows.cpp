@@ -1,8 +1,6 @@
 #include "tests/support/native_windows.h"
 
 #include <algorithm>
-#include <cstring>
-#include <gdk/gdkx.h>
 #include <gtk/gtk.h>
 #include <string_view>
 
@@ -54,38 +52,6 @@ void CollectToolButtons(GtkWidget* widget, void* out) {
   } else if (GTK_IS_CONTAINER(widget) != 0) {
     gtk_container_forall(GTK_CONTAINER(widget), CollectToolButtons, out);
   }
-}
-
-// A property's bytes; empty when the window has none, or is gone.
-std::string Property(GdkWindow* window, const char* name) {
-  guchar* data = nullptr;
-  gint length = 0;
-  GdkDisplay* display = gdk_display_get_default();
-  gdk_x11_display_error_trap_push(display);
-  const bool got = gdk_property_get(window, gdk_atom_intern(name, FALSE), GDK_NONE, 0, 100000, FALSE, nullptr, nullptr,
-                                    &length, &data) != 0;
-  gdk_x11_display_error_trap_pop_ignored(display);
-  std::string bytes =
-      got && data != nullptr ? std::string(reinterpret_cast<char*>(data), static_cast<std::size_t>(length)) : "";
-  g_free(data);
-  return bytes;
-}
-
-// The windows that a property of the whole screen names.
-std::vector<unsigned long> WindowsOfRoot(const char* property) {
-  const std::string bytes = Property(gdk_get_default_root_window(), property);
-  std::vector<unsigned long> windows(bytes.size() / sizeof(unsigned long));
-  if (!windows.empty()) std::memcpy(windows.data(), bytes.data(), windows.size() * sizeof(unsigned long));
-  return windows;
-}
-
-std::string TitleOf(unsigned long window) {
-  GdkDisplay* display = gdk_display_get_default();
-  GdkWindow* foreign = window == 0 ? nullptr : gdk_x11_window_foreign_new_for_display(display, window);
-  if (foreign == nullptr) return {};
-  std::string title = Property(foreign, "_NET_WM_NAME");
-  g_object_unref(foreign);
-  return title;
 }
 
 }  // namespace
@@ -180,17 +146,6 @@ std::vector<Button> ToolButtons(void* window) {
   std::vector<Button> buttons;
   CollectToolButtons(GTK_WIDGET(window), &buttons);
   return buttons;
-}
-
-std::vector<std::string> AllTitles() {
-  std::vector<std::string> titles;
-  for (const unsigned long window : WindowsOfRoot("_NET_CLIENT_LIST")) titles.push_back(TitleOf(window));
-  return titles;
-}
-
-std::string ActiveTitle() {
-  const std::vector<unsigned long> active = WindowsOfRoot("_NET_ACTIVE_WINDOW");
-  return active.empty() ? std::string() : TitleOf(active.front());
 }
 
 bool MenuIsOpen() { return GTK_IS_MENU(gtk_grab_get_current()) != 0; }

@@ -52,10 +52,6 @@ void Close(void* window);
 // The buttons of the toolbars in a window, by their captions.
 [[nodiscard]] std::vector<Button> ToolButtons(void* window);
 
-// The captions of all windows on the screen, other programs' too, and that of the active one; in UTF-8.
-[[nodiscard]] std::vector<std::string> AllTitles();
-[[nodiscard]] std::string ActiveTitle();
-
 // Whether a menu is open and takes the keys.
 [[nodiscard]] bool MenuIsOpen();
 
