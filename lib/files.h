@@ -84,6 +84,7 @@ class File {
 
  private:
   friend class NewFile;
+  friend class UnnamedFile;
   friend Status MoveToFreeName(File&, std::string_view);
   friend CopyOutcome CopyRange(const File&, std::int64_t, File&, std::int64_t, std::int64_t);
   struct State;
@@ -93,6 +94,28 @@ class File {
 // Copies `count` bytes, by the kernel where it can, in large pieces otherwise.
 [[nodiscard]] CopyOutcome CopyRange(const File& from, std::int64_t fromOffset, File& to, std::int64_t toOffset,
                                     std::int64_t count);
+
+// What a file is to hold, made ahead of the decision to take it: a file without a name, which is gone with the object
+// unless a NewFile takes it over. Everything here may happen on any thread, for only the directory as it is spelled is
+// looked at.
+class UnnamedFile {
+ public:
+  // `path` is the name that it may get; only its directory counts. Fails where files can not be without a name.
+  [[nodiscard]] static Result<UnnamedFile> Make(std::string_view path);
+  UnnamedFile(UnnamedFile&&) noexcept;
+  UnnamedFile& operator=(UnnamedFile&&) noexcept;
+  UnnamedFile(const UnnamedFile&) = delete;
+  UnnamedFile& operator=(const UnnamedFile&) = delete;
+  ~UnnamedFile();
+
+  [[nodiscard]] File& Content();
+
+ private:
+  friend class NewFile;
+  struct State;
+  explicit UnnamedFile(std::unique_ptr<State> state);
+  std::unique_ptr<State> state_;
+};
 
 // A file that takes its name only when it is whole. Until Commit it exists without a name, or where the file system
 // cannot do that under a temporary name in the same directory; when the object goes without Commit it is gone too.
@@ -104,6 +127,8 @@ class NewFile {
   // exists and its owner may not write it; Exists when the name is a directory's. With OwnerOnly nobody else can ever
   // read the file, whatever the mode of one that it replaces.
   [[nodiscard]] static Result<NewFile> Create(std::string_view path, Access access = Access::Usual);
+  // The same, with what was made ahead as its content; fails too when that stands in another directory.
+  [[nodiscard]] static Result<NewFile> Create(std::string_view path, UnnamedFile content);
   NewFile(NewFile&&) noexcept;
   NewFile& operator=(NewFile&&) noexcept;
   NewFile(const NewFile&) = delete;
@@ -120,6 +145,8 @@ class NewFile {
  private:
   struct State;
   explicit NewFile(std::unique_ptr<State> state);
+  // Finds what stands under the name; everything but a content.
+  [[nodiscard]] static Result<std::unique_ptr<State>> Prepare(std::string_view path, Access access);
   std::unique_ptr<State> state_;
 };
 
@@ -130,6 +157,8 @@ class NewFile {
 [[nodiscard]] Status MoveToFreeName(File& file, std::string_view path);
 
 [[nodiscard]] Result<FileInfo> GetFileInfo(std::string_view path);
+// The same for the one spelling given; may be called on any thread.
+[[nodiscard]] Result<FileInfo> GetInfoAsSpelled(std::string_view path);
 // The name, trimmed of blanks, is not empty, does not end in "\" and names an existing file (no directory), hidden
 // ones included; any error while looking yields false.
 [[nodiscard]] bool FileExists(std::string_view path);

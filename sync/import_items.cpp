@@ -5,6 +5,7 @@
 #include "lib/paths.h"
 #include "lib/selection.h"
 #include "lib/settings.h"
+#include "sync/entry_path.h"
 
 namespace zelkor::sync {
 
@@ -26,6 +27,14 @@ ItemImporter::ItemImporter(Context& context, ImportMode mode, lib::Date cutoff)
 }
 
 bool ItemImporter::ImportFile(SyncReader& reader) {
+  // A question about each file is answered slowly; there is nothing to hurry for.
+  if (mode_ == ImportMode::Import && !confirmUpdates_) ahead_.emplace(reader.Path(), context_.remap, cutoff_);
+  const bool toItsEnd = ImportBlocks(reader);
+  ahead_.reset();
+  return toItsEnd;
+}
+
+bool ItemImporter::ImportBlocks(SyncReader& reader) {
   BlockHeader block;
   blocks_ = 0;
   while (reader.NextBlock(block)) {
@@ -107,18 +116,6 @@ void ItemImporter::WriteRecord(db::FileRec& item) {
   recordWritten_ = true;
 }
 
-std::string ItemImporter::SharedPath(const FileHeader& entry, const db::FileRec& item) const {
-  std::string path = entry.Text(FileHeader::kPath);
-  if (path.size() < FileHeader::kPath.width) return path;
-  std::string whole;
-  for (const std::string& line : lib::SelectionLines(item.Text(db::FileRec::kFileName))) {
-    if (!lib::BeginsWithNoCase(line, path)) continue;
-    if (!whole.empty()) return {};
-    whole = line;
-  }
-  return whole;
-}
-
 Decision ItemImporter::ImportEntry(SyncReader& reader, const FileHeader& entry, db::FileRec& item,
                                    std::string& localPath) {
   const std::string shared = SharedPath(entry, item);
@@ -168,16 +165,13 @@ Decision ItemImporter::TakeFile(SyncReader& reader, const FileHeader& entry, db:
       return Decision::DidNotImport;
     }
   }
-  lib::Result<lib::NewFile> file = lib::NewFile::Create(localPath);
-  if (!file.Ok() && file.Why() == lib::Cause::PathNotFound && lib::MakePath(lib::DirectoryPart(localPath))) {
-    file = lib::NewFile::Create(localPath);
+  lib::Result<lib::NewFile> file = WholeFile(reader, entry, localPath);
+  if (!file.Ok() && file.Why() == lib::Cause::DiskFull && ahead_) {
+    // What was made ahead may be what fills it.
+    ahead_.reset();
+    file = WholeFile(reader, entry, localPath);
   }
-  if (!file.Ok()) {
-    LogReason(file.Failure().Message());
-    return Decision::CanNotImport;
-  }
-  lib::Status done = reader.CopyContent(file->Content(), [&](std::int64_t bytes) { ShowProgress(reader, bytes); });
-  if (done.Ok()) done = file->Content().SetTimes(entry.Date(FileHeader::kCreated), entry.Date(FileHeader::kWritten));
+  lib::Status done = file.Ok() ? lib::Status() : file.Failure();
   if (done.Ok()) {
     // From here on the file is whole. Its item is recorded before it takes its name: a crash in between leaves an item
     // whose file comes again, never a file that belongs to no item.
@@ -190,6 +184,25 @@ Decision ItemImporter::TakeFile(SyncReader& reader, const FileHeader& entry, db:
     return Decision::CanNotImport;
   }
   return decision;
+}
+
+lib::Result<lib::NewFile> ItemImporter::WholeFile(SyncReader& reader, const FileHeader& entry,
+                                                  const std::string& localPath) {
+  if (ahead_) {
+    if (std::optional<lib::UnnamedFile> made = ahead_->Take(reader.Position(), localPath)) {
+      lib::Result<lib::NewFile> file = lib::NewFile::Create(localPath, *std::move(made));
+      if (file.Ok()) return file;
+    }
+  }
+  lib::Result<lib::NewFile> file = lib::NewFile::Create(localPath);
+  if (!file.Ok() && file.Why() == lib::Cause::PathNotFound && lib::MakePath(lib::DirectoryPart(localPath))) {
+    file = lib::NewFile::Create(localPath);
+  }
+  if (!file.Ok()) return file;
+  lib::Status done = reader.CopyContent(file->Content(), [&](std::int64_t bytes) { ShowProgress(reader, bytes); });
+  if (done.Ok()) done = file->Content().SetTimes(entry.Date(FileHeader::kCreated), entry.Date(FileHeader::kWritten));
+  if (!done.Ok()) return done;
+  return file;
 }
 
 void ItemImporter::NoteWritten(const lib::File& file, const std::string& path) {

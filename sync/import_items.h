@@ -3,12 +3,14 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "sync/context.h"
 #include "sync/decision.h"
 #include "sync/import.h"
+#include "sync/import_ahead.h"
 #include "sync/own_files.h"
 #include "sync/sync_reader.h"
 
@@ -29,6 +31,7 @@ class ItemImporter {
   [[nodiscard]] lib::Status FlushWritten() const;
 
  private:
+  bool ImportBlocks(SyncReader& reader);
   bool ImportBlock(SyncReader& reader, const BlockHeader& block);
   bool ImportItem(SyncReader& reader, db::FileRec& item, Tally& tally);
   // The record in hand, once: before its first file takes its name, or because it is marked deleted.
@@ -37,8 +40,8 @@ class ItemImporter {
   Decision ImportEntry(SyncReader& reader, const FileHeader& entry, db::FileRec& item, std::string& localPath);
   Decision TakeFile(SyncReader& reader, const FileHeader& entry, db::FileRec& item, const std::string& localPath,
                     Decision decision);
-  // The entry's full path in the shared form; a name that fills its field may have been cut. Empty: it can not be told.
-  [[nodiscard]] std::string SharedPath(const FileHeader& entry, const db::FileRec& item) const;
+  // A file that holds the entry's content and has its times, but not yet its name.
+  lib::Result<lib::NewFile> WholeFile(SyncReader& reader, const FileHeader& entry, const std::string& localPath);
   void NoteWritten(const lib::File& file, const std::string& path);
   void LogSummary(const Tally& tally);
   void LogReason(const std::string& reason) { context_.log.LogLine("    " + reason); }
@@ -56,6 +59,7 @@ class ItemImporter {
   std::int32_t recno_ = 0;  // 0: the database is full, nothing of the item can be taken
   bool recordWritten_ = false;
 
+  std::optional<ImportAhead> ahead_;                // of the sync file in hand
   std::map<std::uint64_t, std::string> writtenOn_;  // device, and a path on it
   lib::Progress progress_;
 };

@@ -19,6 +19,7 @@ class SyncReader {
   // `file`, open for reading, must outlive the reader.
   explicit SyncReader(const lib::File& file);
 
+  [[nodiscard]] const std::string& Path() const { return file_.Path(); }
   [[nodiscard]] std::int64_t Length() const { return length_; }
   // Bytes read or passed over so far.
   [[nodiscard]] std::int64_t Position() const { return position_; }

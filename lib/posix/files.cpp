@@ -97,6 +97,16 @@ Result<FileInfo> GetFileInfo(std::string_view path) {
   return posix::ToFileInfo(facts, std::nullopt);
 }
 
+Result<FileInfo> GetInfoAsSpelled(std::string_view path) {
+  const Result<WrittenPath> written = Drives::Current().ToWritten(path);
+  if (!written.Ok()) return written.Failure();
+  struct statx facts {};
+  if (const int error = posix::ReadFacts({.path = written->native.c_str()}, facts); error != 0) {
+    return SystemFailure(error, path);
+  }
+  return posix::ToFileInfo(facts, std::nullopt);
+}
+
 bool FileExists(std::string_view path) {
   const std::string_view name = Trim(path);
   if (name.empty() || name.back() == '\\') return false;

@@ -23,13 +23,14 @@ using posix::Uninterrupted;
 
 constexpr mode_t kPrivate = 0600;
 constexpr mode_t kPermissions = 0777;
+constexpr mode_t kAskedFor = 0666;  // of which the umask takes its part
 
 // What the user lets new files be: 0666 without the bits of the umask. Only setting it tells the umask.
 mode_t NewFileMode() {
   static const mode_t mode = [] {
     const mode_t mask = umask(077);
     umask(mask);
-    return static_cast<mode_t>(0666 & ~mask);
+    return static_cast<mode_t>(kAskedFor & ~mask);
   }();
   return mode;
 }
@@ -49,8 +50,19 @@ bool UnnamedFilesCanBeNamed() {
   return can;
 }
 
+// A file without a name in that directory; nothing, and an errno, when it can not be. Nobody else can open it before it
+// has its name, so it may have its final mode from the start.
+std::optional<Descriptor> OpenUnnamed(const std::string& directory, mode_t mode) {
+  Descriptor file(Uninterrupted([&] { return open(directory.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, mode); }));
+  return file.IsOpen() ? std::optional(std::move(file)) : std::nullopt;
+}
+
 // Gives an open file a first or further name; 0 or an errno.
 int Link(int file, const std::string& path) {
+  // The shorter road is not for everybody; whoever may not take it is told that there is no such file.
+  static const bool direct = geteuid() == 0;
+  if (direct && linkat(file, "", AT_FDCWD, path.c_str(), AT_EMPTY_PATH) == 0) return 0;
+  if (direct && errno != ENOENT) return errno;
   std::array<char, 32> source{};
   std::snprintf(source.data(), source.size(), "/proc/self/fd/%d", file);
   return linkat(AT_FDCWD, source.data(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0 ? 0 : errno;
@@ -143,7 +155,31 @@ NewFile::NewFile(NewFile&&) noexcept = default;
 NewFile& NewFile::operator=(NewFile&&) noexcept = default;
 NewFile::~NewFile() = default;
 
-Result<NewFile> NewFile::Create(std::string_view path, Access access) {
+struct UnnamedFile::State {
+  File content;
+  std::string directory;  // native
+};
+
+UnnamedFile::UnnamedFile(std::unique_ptr<State> state) : state_(std::move(state)) {}
+UnnamedFile::UnnamedFile(UnnamedFile&&) noexcept = default;
+UnnamedFile& UnnamedFile::operator=(UnnamedFile&&) noexcept = default;
+UnnamedFile::~UnnamedFile() = default;
+
+Result<UnnamedFile> UnnamedFile::Make(std::string_view path) {
+  const Result<posix::WrittenPath> written = posix::Drives::Current().ToWritten(path);
+  if (!written.Ok()) return written.Failure();
+  if (!UnnamedFilesCanBeNamed()) return SystemFailure(EOPNOTSUPP, path);
+  auto state = std::make_unique<State>();
+  state->directory = posix::DirectoryOf(written->native);
+  std::optional<Descriptor> file = OpenUnnamed(state->directory, kAskedFor);
+  if (!file) return SystemFailure(errno, path);
+  state->content.state_ = std::make_unique<File::State>(*std::move(file), std::string(path));
+  return UnnamedFile(std::move(state));
+}
+
+File& UnnamedFile::Content() { return state_->content; }
+
+Result<std::unique_ptr<NewFile::State>> NewFile::Prepare(std::string_view path, Access access) {
   const Result<posix::WrittenPath> written = posix::Drives::Current().ToWritten(path);
   if (!written.Ok()) return written.Failure();
   auto state = std::make_unique<State>();
@@ -168,16 +204,32 @@ Result<NewFile> NewFile::Create(std::string_view path, Access access) {
       state->old = *old;
     }
   }
+  return state;
+}
 
+Result<NewFile> NewFile::Create(std::string_view path, UnnamedFile content) {
+  Result<std::unique_ptr<State>> prepared = Prepare(path, Access::Usual);
+  if (!prepared.Ok()) return prepared.Failure();
+  std::unique_ptr<State> state = std::move(*prepared);
+  if (posix::DirectoryOf(state->target) != content.state_->directory) return SystemFailure(EXDEV, path);
+  state->unnamed = true;
+  state->content = std::move(content.state_->content);
+  return NewFile(std::move(state));
+}
+
+Result<NewFile> NewFile::Create(std::string_view path, Access access) {
+  Result<std::unique_ptr<State>> prepared = Prepare(path, access);
+  if (!prepared.Ok()) return prepared.Failure();
+  std::unique_ptr<State> state = std::move(*prepared);
   const std::string directory = posix::DirectoryOf(state->target);
   Descriptor file;
   int error = EOPNOTSUPP;
   if (UnnamedFilesCanBeNamed()) {
-    // Nobody else can open it before it has its name, so it may have its final mode from the start.
-    const mode_t mode = state->old || state->ownerOnly ? kPrivate : NewFileMode();
-    file = Descriptor(Uninterrupted([&] { return open(directory.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, mode); }));
-    error = file.IsOpen() ? 0 : errno;
-    state->unnamed = file.IsOpen();
+    std::optional<Descriptor> unnamed =
+        OpenUnnamed(directory, state->old || state->ownerOnly ? kPrivate : NewFileMode());
+    error = unnamed ? 0 : errno;
+    state->unnamed = unnamed.has_value();
+    if (unnamed) file = *std::move(unnamed);
   }
   if (error == EOPNOTSUPP || error == EISDIR || error == ENOENT || error == EINVAL) {
     std::string name;

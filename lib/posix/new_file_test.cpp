@@ -97,6 +97,41 @@ TEST_F(NewFileTest, KeepsTheModeAndOwnerOfAReplacedFile) {
   }
 }
 
+TEST_F(NewFileTest, TakesOverAContentThatWasMadeAhead) {
+  WriteNative(Home() / "old", "old");
+  fs::permissions(Home() / "old", fs::perms(0640));
+  for (const std::string path : {"c:\\OLD", "c:\\new"}) {
+    Result<UnnamedFile> ahead = UnnamedFile::Make(path);
+    ASSERT_TRUE(ahead.Ok()) << ahead.Failure().Message();
+    ASSERT_TRUE(ahead->Content().WriteAt(0, std::string_view("whole")).Ok());
+    EXPECT_EQ(NamesInHome(), 1);
+    Result<NewFile> file = NewFile::Create(path, std::move(*ahead));
+    ASSERT_TRUE(file.Ok()) << file.Failure().Message();
+    ASSERT_TRUE(file->Replace().Ok());
+  }
+  EXPECT_EQ(ReadNative(Home() / "old"), "whole");
+  EXPECT_EQ(ModeOf(Home() / "old"), 0640U);
+  EXPECT_EQ(ReadNative(Home() / "new"), "whole");
+  EXPECT_EQ(NamesInHome(), 2);
+}
+
+TEST_F(NewFileTest, TakesOverNoContentOfAnotherDirectory) {
+  fs::create_directory(Home() / "in");
+  Result<UnnamedFile> ahead = UnnamedFile::Make("c:\\in\\a");
+  ASSERT_TRUE(ahead.Ok());
+  EXPECT_FALSE(NewFile::Create("c:\\a", std::move(*ahead)).Ok());
+}
+
+TEST_F(NewFileTest, GivesAContentMadeAheadTheModeOfNewFiles) {
+  const mode_t mask = umask(027);
+  Result<UnnamedFile> ahead = UnnamedFile::Make("c:\\a");
+  umask(mask);
+  ASSERT_TRUE(ahead.Ok());
+  Result<NewFile> file = NewFile::Create("c:\\a", std::move(*ahead));
+  ASSERT_TRUE(file.Ok() && file->Replace().Ok());
+  EXPECT_EQ(ModeOf(Home() / "a"), 0640U);
+}
+
 TEST_F(NewFileTest, ReplacesTheFileThatHasTheNameInAnotherCase) {
   WriteNative(Home() / "Docs/Letter.TXT", "old");
   ASSERT_TRUE(With("c:\\docs\\letter.txt", "new").Replace().Ok());
