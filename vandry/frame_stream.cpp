@@ -126,6 +126,7 @@ void FrameStream::Write() {
       return;
     }
     sent_ += moved.bytes;
+    written_ += moved.bytes;
   }
   out_.clear();
   sent_ = 0;

@@ -52,6 +52,7 @@ class FrameStream : public std::enable_shared_from_this<FrameStream> {
   [[nodiscard]] const TlsStream& Tls() const { return tls_; }
   // Total bytes that came so far; for telling silence.
   [[nodiscard]] std::uint64_t Received() const { return received_; }
+  [[nodiscard]] std::uint64_t Sent() const { return written_; }
 
  private:
   enum class Stage { Securing, Open, Closing, Over };
@@ -76,6 +77,7 @@ class FrameStream : public std::enable_shared_from_this<FrameStream> {
   std::size_t sent_ = 0;        // of out_
   std::size_t pieceStart_ = 0;  // of the piece that is being read into out_
   std::uint64_t received_ = 0;
+  std::uint64_t written_ = 0;
   Stage stage_ = Stage::Securing;
   bool readWaitsForWrite_ = false;
   bool writeWaitsForRead_ = false;

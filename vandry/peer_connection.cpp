@@ -262,16 +262,16 @@ void PeerConnection::Opened() {
 void PeerConnection::LookForLife() {
   const PeerTimes times = context_.settings().times;
   const Loop::Clock::time_point now = Loop::Clock::now();
-  const bool heard = receivedBefore_ != stream_->Received();
-  receivedBefore_ = stream_->Received();
+  const bool heard = std::exchange(receivedBefore_, stream_->Received()) != stream_->Received();
+  const bool said = std::exchange(sentBefore_, stream_->Sent()) != stream_->Sent();
   if (heard) {
     lastLife_ = now;
   } else if (now - lastLife_ >= times.silence) {
     Gone(PeerError::Lost, "The other computer fell silent", true);
     return;
-  } else if (now - lastLife_ >= times.keepAlive && stream_->Waiting() == 0) {
-    stream_->Send(FrameKind::Ping, {});
   }
+  // Who takes a file that needs long says something now and then too: its sender hears nothing else.
+  if (!(heard && said) && stream_->Waiting() == 0) stream_->Send(FrameKind::Ping, {});
   life_ = context_.loop.After(times.keepAlive, [this] {
     const std::shared_ptr<PeerConnection> alive = shared_from_this();
     LookForLife();

@@ -114,7 +114,9 @@ class PeerConnection final : public std::enable_shared_from_this<PeerConnection>
   std::string id_;
   Fingerprint fingerprint_{};
   PeerReply refusal_;  // the end that was announced, by this side or the other
+  // Bytes at the last look for life.
   std::uint64_t receivedBefore_ = 0;
+  std::uint64_t sentBefore_ = 0;
   Loop::Clock::time_point lastLife_;
   Loop::Clock::time_point lastUse_;
   std::unique_ptr<Dialler> dialler_;
