@@ -9,7 +9,8 @@ FUZZ_SECONDS ?= 60
 SOURCES = $(shell git ls-files '*.cpp' '*.h' '*.c')
 
 .DEFAULT_GOAL := help
-.PHONY: help run test build install deb bench demo screenshots deps format format-check tidy fuzz clean
+.PHONY: help run test build install deb bench demo screenshots deps format format-check tidy fuzz windows test-windows \
+  installer clean
 
 help:
 	@echo "make run           the program; where there is no display the demo, two computers kept in step"
@@ -18,6 +19,9 @@ help:
 	@echo "make install       the program, its help, icons and manual pages below PREFIX=$(PREFIX);"
 	@echo "                   DESTDIR is put before it"
 	@echo "make deb           a Debian package of all that, in build/"
+	@echo "make windows       the program for Windows, 32-bit and 64-bit, in build/windows*/programs"
+	@echo "make installer     an installer of each in build/"
+	@echo "make test-windows  the tests of the 64-bit program, under Wine"
 	@echo "make demo          two computers on this machine, kept in step by files, network and FTP;"
 	@echo "                   KEEP=1 leaves their folders"
 	@echo "make screenshots   the pictures of docs/tour.md, taken from the program"
@@ -65,6 +69,20 @@ test:
 	@cmake/ftp_servers.sh
 	@cmake/test.sh $(JOBS)
 
+# BITS=64 or BITS=32 for one of the two only. The first time takes long: it makes the libraries too.
+BITS ?= 64 32
+windows:
+	@cmake/deps.sh windows
+	@cmake/windows/build.sh $(JOBS) $(BITS)
+
+installer: windows
+	@cmake/deps.sh installer
+	@packaging/windows/installer.sh $(BITS)
+
+test-windows:
+	@cmake/deps.sh test-windows
+	@cmake/windows/test.sh $(JOBS)
+
 demo: build
 	@cmake --build --preset release -j $(JOBS) --target zelkor_seed
 	@cmake/ftp_servers.sh
@@ -87,7 +105,7 @@ bench: build
 	@python3 bench/network.py --build build/release --report docs/network_speed.md $(if $(MEDIUM),--medium '$(MEDIUM)')
 
 deps:
-	@cmake/deps.sh build run install deb test demo screenshots bench tidy format fuzz
+	@cmake/deps.sh build run install deb test demo screenshots bench tidy format fuzz windows installer test-windows
 
 format:
 	@cmake/deps.sh format

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <wx/bitmap.h>
 #include <wx/scrolwin.h>
 
 #include "app/item_view.h"

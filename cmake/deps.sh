@@ -1,6 +1,6 @@
 #!/bin/sh
 # Installs what is missing of Debian's packages for one or more jobs: deps.sh build run install deb test demo
-# screenshots tidy format bench fuzz.
+# screenshots tidy format bench fuzz windows installer test-windows.
 # Says nothing and takes no time when everything is there. Never asks a question.
 set -eu
 
@@ -11,6 +11,10 @@ display="xvfb fluxbox x11-utils libxtst-dev adwaita-icon-theme fonts-dejavu-core
 # The icons of an installed program, and what looks at an installation.
 pictures="librsvg2-bin"
 validators="desktop-file-utils appstream shared-mime-info libglib2.0-bin groff-base"
+
+# The compilers for Windows, and what its libraries are made with: their sources come from Debian's own.
+windows="cmake ninja-build ccache make perl dpkg-dev googletest g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix
+  librsvg2-bin icoutils"
 
 packages=""
 for job in "$@"; do
@@ -25,6 +29,9 @@ for job in "$@"; do
       packages="$packages $build gcc python3 rsync unison openssh-client openssl iproute2 $display $pictures $validators"
       [ "$job" = test ] || packages="$packages e2fsprogs mount"
       ;;
+    windows) packages="$packages $windows" ;;
+    installer) packages="$packages $windows nsis" ;;
+    test-windows) packages="$packages $build $windows $display nsis wine wine64 python3 xdotool imagemagick" ;;
     tidy) packages="$packages $build $display clang-tidy python3" ;;
     format) packages="$packages clang-format" ;;
     fuzz) packages="$packages $build $display clang libclang-rt-14-dev" ;;

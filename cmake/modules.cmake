@@ -20,6 +20,19 @@ function(zelkor_all_listed pattern exception sources)
   endforeach()
 endfunction()
 
+# zelkor_register_tests(NAME SECONDS): makes the tests of a test program known to ctest, each with that time-out. Under
+# Wine a program takes long to start, so there it runs them all at once.
+function(zelkor_register_tests name seconds)
+  if(WIN32)
+    set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR ${PROJECT_SOURCE_DIR}/cmake/windows/wine.sh)
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES TIMEOUT 1200)
+    add_dependencies(windows_tests ${name})
+  else()
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT ${seconds})
+  endif()
+endfunction()
+
 # zelkor_tests(NAME SOURCES … USES …): a test program `NAME`, each of its tests known to ctest.
 function(zelkor_tests name)
   if(NOT BUILD_TESTING)
@@ -37,7 +50,7 @@ function(zelkor_tests name)
   # The time goes into what is tested; more than this only takes longer to compile.
   target_compile_options(${name} PRIVATE -O1)
   target_precompile_headers(${name} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/precompiled_test.h)
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
+  zelkor_register_tests(${name} 300)
 endfunction()
 
 # The widget toolkit, whose headers' warnings are not ours.
@@ -68,6 +81,8 @@ function(zelkor_gui_tests name)
   target_link_libraries(${name} PRIVATE ${arg_USES} zelkor_gui_test_support GTest::gmock)
   target_compile_options(${name} PRIVATE -O1)
   target_precompile_headers(${name} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/precompiled_gui_test.h)
-  set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR ${PROJECT_SOURCE_DIR}/tests/gui/in_display.sh)
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
+  if(NOT WIN32)
+    set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR ${PROJECT_SOURCE_DIR}/tests/gui/in_display.sh)
+  endif()
+  zelkor_register_tests(${name} 120)
 endfunction()

@@ -198,7 +198,13 @@ void FtpSession::State::SetTls() const {
       break;
     case FtpSettings::Tls::Required:
       Set(CURLOPT_USE_SSL, static_cast<long>(CURLUSESSL_ALL));
-      if (!settings.certificates.empty()) Set(CURLOPT_CAINFO, settings.certificates.c_str());
+      if (!settings.certificates.empty()) {
+        Set(CURLOPT_CAINFO, settings.certificates.c_str());
+      } else {
+        // Where the system keeps the certificates that it trusts in a place of its own and not in a file; elsewhere
+        // this changes nothing.
+        Set(CURLOPT_SSL_OPTIONS, static_cast<long>(CURLSSLOPT_NATIVE_CA));
+      }
       break;
   }
   Set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));

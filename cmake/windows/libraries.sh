@@ -56,18 +56,21 @@ make_wxwidgets() {
   make install
 }
 
-# TLS 1.3 and what certificates need of the rest. Neither settings nor modules are ever read from a folder: on this
-# system everybody may write where such a folder would be.
+# TLS and what certificates need of the rest. Neither settings nor modules are read from a folder; the one that the library
+# would name, from the root of the present drive, is where only the system may write, and no folder of ours.
 make_openssl() {
   CC="$triple-gcc-posix" AR="$triple-ar" RANLIB="$triple-ranlib" RC="$triple-windres" WINDRES="$triple-windres" \
-    perl ./Configure "$openssl_target" --prefix="$1" --libdir=lib --openssldir='C:/Windows/System32/no-such-folder' \
+    perl ./Configure "$openssl_target" --prefix=/Windows/System32/none --libdir=lib \
+    --openssldir=/Windows/System32/none/ssl \
     no-shared no-dso no-module no-engine no-dynamic-engine no-tests no-legacy no-async no-autoload-config \
-    no-cms no-cmp no-crmf no-ts no-ct no-srp no-psk no-gost no-idea no-seed no-camellia no-aria no-bf no-cast no-rc2 \
+    no-cms no-cmp no-ts no-ct no-srp no-psk no-gost no-idea no-seed no-camellia no-aria no-bf no-cast no-rc2 \
     no-rc4 no-md4 no-mdc2 no-rmd160 no-whirlpool no-sm2 no-sm3 no-sm4 no-ssl3 no-dtls no-comp no-srtp no-ec2m \
     no-nextprotoneg no-ui-console $common_flags
   make -j "$jobs" build_generated
   make -j "$jobs" libcrypto.a libssl.a
-  make -j "$jobs" install_dev
+  make -j "$jobs" install_dev DESTDIR="$PWD/installed"
+  mkdir -p "$1"
+  cp -r installed/Windows/System32/none/. "$1/"
 }
 
 # FTP and FTPS only.
@@ -155,7 +158,9 @@ build() {
     fi
     echo "Building $library $version for $triple."
     rm -rf "$place"
-    if ! (cd "$folder/tree" && "make_$library" "$place") >"$folder/build.log" 2>&1 </dev/null; then
+    # In the background the first command that fails ends it; as a condition it would go on.
+    (cd "$folder/tree"; "make_$library" "$place") >"$folder/build.log" 2>&1 </dev/null &
+    if ! wait $!; then
       tail -n 40 "$folder/build.log" >&2
       echo "$library could not be built; everything that was said is in $folder/build.log" >&2
       exit 1

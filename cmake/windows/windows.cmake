@@ -25,5 +25,14 @@ endforeach()
 # out. The stack may not be run, and addresses are the system's choice.
 add_link_options(-static -static-libgcc -static-libstdc++ -Wl,--gc-sections -Wl,--nxcompat -Wl,--dynamicbase)
 add_compile_options(-ffunction-sections -fdata-sections)
+# No path of this machine in the programs.
+get_filename_component(kept ${CMAKE_CURRENT_LIST_DIR}/../.. ABSOLUTE)
+add_compile_options(-ffile-prefix-map=${kept}=.)
+foreach(place IN LISTS CMAKE_FIND_ROOT_PATH)
+  add_compile_options(-ffile-prefix-map=${place}=)
+endforeach()
 # Windows 7 and later; the names min and max are the standard library's.
 add_compile_definitions(_WIN32_WINNT=0x0601 NOMINMAX)
+
+# Every test program for Windows.
+add_custom_target(windows_tests)

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <wx/app.h>
 #include <wx/evtloop.h>
-#include <wx/image.h>
 #include <wx/init.h>
 
 int main(int argc, char** argv) {
@@ -13,7 +12,6 @@ int main(int argc, char** argv) {
   const wxInitializer toolkit(argc, argv);
   if (!toolkit.IsOk() || !wxTheApp->CallOnInit()) return 1;
   wxTheApp->SetExitOnFrameDelete(false);
-  wxImage::AddHandler(new wxPNGHandler());
   wxEventLoop loop;
   const wxEventLoopActivator active(&loop);
   const int status = RUN_ALL_TESTS();

@@ -244,7 +244,8 @@ void GuiTest::Screenshot(const std::string& name) {
   wxMemoryDC memory(picture);
   memory.Blit(wxPoint(), size, &screen, wxPoint());
   memory.SelectObject(wxNullBitmap);
-  picture.SaveFile(wxString(folder) + "/" + name + ".png", wxBITMAP_TYPE_PNG);
+  // The one kind of picture that the toolkit can save without another library.
+  picture.SaveFile(wxString(folder) + "/" + name + ".bmp", wxBITMAP_TYPE_BMP);
 }
 
 }  // namespace zelkor::tests

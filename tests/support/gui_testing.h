@@ -72,7 +72,7 @@ class GuiTest : public Sandbox {
   // The window's child with this name or label (access keys left out), any depth; fails the test when there is none.
   static wxWindow* Child(const wxWindow& window, const wxString& nameOrLabel);
 
-  // Saves the screen as a picture "NAME.png" in the folder of the environment variable ZELKOR_SCREENSHOTS, if set.
+  // Saves the screen as a picture "NAME.bmp" in the folder of the environment variable ZELKOR_SCREENSHOTS, if set.
   static void Screenshot(const std::string& name);
 };
 

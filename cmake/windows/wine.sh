@@ -1,0 +1,24 @@
+#!/bin/bash
+# Runs a program for Windows under Wine: wine.sh PROGRAM WORD... Its status is the program's. The Windows is the one of
+# WINEPREFIX, or a new one that goes with the program; so is the display when there is none.
+set -euo pipefail
+here=$(dirname "$(readlink -f "$0")")
+
+export WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-mscoree,mshtml=} WINEARCH=win64
+if [ -z "${DISPLAY:-}" ]; then exec "$here/../../tests/gui/in_display.sh" "$0" "$@"; fi
+
+if [ -n "${WINEPREFIX:-}" ]; then exec wine "$@"; fi
+
+# Wine wants the folder to be ours, and a home for what it links to from there.
+own=$(mktemp -d "${TMPDIR:-/tmp}/zelkor-wine-XXXXXX")
+leave() {
+  status=$?
+  wineserver --kill 2>/dev/null || true
+  rm -rf "$own"
+  exit "$status"
+}
+trap leave EXIT
+trap 'exit 130' INT TERM
+export WINEPREFIX=$own/prefix HOME=$own
+wineboot --init >/dev/null 2>&1
+wine "$@"
