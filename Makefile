@@ -48,6 +48,7 @@ build:
 	@cmake --preset release >/dev/null
 	@cmake --build --preset release -j $(JOBS) --target zelkor vandry
 	@ln -f build/release/app/zelkor build/zelkor
+	@ln -f build/release/app/zelkor-windows build/zelkor-windows
 	@ln -f build/release/vandry/vandry build/vandry
 	@ln -f build/release/app/zelkor.hlp build/zelkor.hlp
 	@echo "build/zelkor and build/vandry are ready."

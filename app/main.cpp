@@ -6,8 +6,8 @@
 
 #include "app/console_user.h"
 #include "app/help_file.h"
+#include "app/run_with_windows.h"
 #include "app/startup.h"
-#include "app/windows.h"
 #include "db/memory_rows.h"
 #include "lib/command_line.h"
 #include "lib/format.h"
@@ -102,6 +102,6 @@ int main(int argc, char** argv) {
     zelkor::app::ConsoleUser().Message(tooMany.what(), zelkor::lib::Icon::Critical);
     return zelkor::sync::kStatusNothingDone;
   }
-  return zelkor::app::IsUnattended(words) ? RunUnattended(words, startDirectory)
-                                          : zelkor::app::RunWithWindows(words, startDirectory);
+  if (zelkor::app::IsUnattended(words)) return RunUnattended(words, startDirectory);
+  return zelkor::app::RunWithWindows({.arguments = argv, .words = words, .startDirectory = startDirectory});
 }

@@ -9,6 +9,7 @@
 #include <wx/init.h>
 
 #include "app/form_placement.h"
+#include "app/run_with_windows.h"
 #include "app/startup.h"
 #include "lib/gui/later.h"
 #include "lib/terminal.h"
@@ -162,7 +163,7 @@ int RunMain(const std::vector<Word>& words, const std::string& startDirectory) {
 
 }  // namespace
 
-int RunWithWindows(const std::vector<Word>& words, const std::string& startDirectory) {
+int RunWithWindows(const WindowsRun& run) {
 #ifdef NDEBUG
   wxDisableAsserts();  // they speak to developers
 #endif
@@ -178,7 +179,7 @@ int RunWithWindows(const std::vector<Word>& words, const std::string& startDirec
   // Numbers in files and messages are the program's own; the toolkit has taken them from the environment.
   std::setlocale(LC_NUMERIC, "C");
   wxTheApp->SetExitOnFrameDelete(false);
-  const int status = RunMain(words, startDirectory);
+  const int status = RunMain(run.words, run.startDirectory);
   wxTheApp->OnExit();
   return status;
 }

@@ -76,8 +76,4 @@ class Windows {
   wxTimer messages_;
 };
 
-// Runs the program with windows (the words as for Main) and returns its exit status. Run-time errors that nothing
-// catches end here: a message names them.
-int RunWithWindows(const std::vector<Word>& words, const std::string& startDirectory);
-
 }  // namespace zelkor::app

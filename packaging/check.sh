@@ -15,10 +15,10 @@ fail() {
 DESTDIR=$folder "$cmake" --install "$build" --prefix /usr --strip >/dev/null
 share=$folder/usr/share
 
-for program in zelkor vandry; do
+for program in zelkor zelkor-windows vandry; do
   [ -x "$folder/usr/bin/$program" ] || fail "$program is not installed"
   "$folder/usr/bin/$program" --version >/dev/null
-  warnings=$(groff -man -ww -b -z "$share/man/man1/$program.1" 2>&1)
+  warnings=$(cd "$share/man" && groff -s -man -ww -b -z "man1/$program.1" 2>&1)
   [ -z "$warnings" ] || fail "the manual page of $program: $warnings"
 done
 # Every word of the programs' own help stands in their manual pages, and the pages invent none.

@@ -17,8 +17,9 @@ OwnFiles::OwnFiles(std::string_view programDir) {
   }
   if (const lib::Result<std::string> program = lib::ExecutablePath(); program.Ok()) {
     Add(lib::DirectoryPart(*program), lib::FileNamePart(*program));
-    Add(lib::DirectoryPart(*program), "vandry");
-    Add(lib::DirectoryPart(*program), "vandry.exe");
+    for (const char* other : {"zelkor", "zelkor-windows", "vandry", "vandry.exe"}) {
+      Add(lib::DirectoryPart(*program), other);
+    }
   }
 }
 

@@ -21,6 +21,7 @@ set(system_sources
   posix/secret.cpp
   posix/settings_file.cpp
   posix/shell.cpp
+  posix/sibling.cpp
   posix/single_copy.cpp
   posix/sockets.cpp
   posix/system_error.cpp
