@@ -1,11 +1,13 @@
 // The sessions that docs/network.md shows, typed at the built Vandry: what stands there is what comes.
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <map>
 #include <memory>
-#include <regex>
+#include <optional>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/vandrys/vandry_at.h"
@@ -26,25 +28,32 @@ void ReplaceAll(std::string& text, const std::string& from, const std::string& t
   }
 }
 
+// Of a line that begins with a prompt: whose it is, and what was typed behind it.
+std::optional<std::pair<std::string, std::string>> AtAPrompt(const std::string& line) {
+  const std::string computer = line.substr(0, line.find('$'));
+  if (computer != "office" && computer != "lap") return std::nullopt;
+  return std::pair(computer, line.substr(std::min(line.size(), computer.size() + 2)));
+}
+
 std::vector<Typed> SessionsOf(const std::string& page) {
-  const std::regex prompt("^(office|lap)\\$ ?(.*)$");
   std::vector<Typed> sessions;
   Typed first;               // text before any prompt
   Typed* current = nullptr;  // outside of a session: none
   std::istringstream lines(page);
   for (std::string line; std::getline(lines, line);) {
-    std::smatch match;
     if (line.starts_with("```")) {
       // One that begins without a prompt goes on with what the very first command shows.
       current = line != "```console" ? nullptr : sessions.empty() ? &first : &sessions.front();
-    } else if (current != nullptr && std::regex_match(line, match, prompt)) {
-      std::istringstream words(match[2].str());
-      Typed typed{.computer = match[1].str(), .words = {}, .shown = {}};
+    } else if (current == nullptr) {
+      continue;
+    } else if (const auto prompt = AtAPrompt(line)) {
+      Typed typed{.computer = prompt->first, .words = {}, .shown = {}};
+      std::istringstream words(prompt->second);
       for (std::string word; words >> word;) typed.words.push_back(word);
       if (typed.words.empty()) continue;
       sessions.push_back(typed);
       current = &sessions.back();
-    } else if (current != nullptr) {
+    } else {
       current->shown += line + "\n";
     }
   }
