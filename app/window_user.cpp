@@ -3,6 +3,7 @@
 #include <wx/app.h>
 #include <wx/evtloop.h>
 #include <wx/filedlg.h>
+#include <wx/filename.h>
 #include <wx/msgdlg.h>
 #include <wx/textdlg.h>
 #include <wx/utils.h>
@@ -101,8 +102,10 @@ std::string WindowUser::Input(const std::string& prompt, const std::string& titl
 }
 
 std::string WindowUser::ChooseFile(const std::string& title, const std::string& filter, const std::string& folder) {
-  wxString start;
-  if (const lib::Result<std::string> native = lib::ToNative(folder); native.Ok()) start = wxString::FromUTF8(*native);
+  // Without a folder the system would begin with a list of files that other programs used.
+  wxString start = wxFileName::GetHomeDir();
+  const lib::Result<std::string> native = lib::ToNative(folder);
+  if (!folder.empty() && native.Ok()) start = wxString::FromUTF8(*native);
   const wxString shown = lib::ToWx(filter);
   // Not everywhere does the system's pattern for all files need a dot in their names.
   const wxString choice = filter.empty() || filter == "*.*"

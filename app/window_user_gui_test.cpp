@@ -108,6 +108,16 @@ TEST_F(WindowUserTest, TakesAFileThatTheUserChooses) {
   EXPECT_EQ(user_.ChooseFile("File selection", "*.*", "c:\\Docs\\"), "c:\\Docs\\readme");
 }
 
+TEST_F(WindowUserTest, BeginsAChoiceInTheHomeFolderWhenNoFolderIsGiven) {
+  WriteNative(Home() / "at home", "");
+  Expect([](ShownModal&) {
+    Press('L', wxMOD_CONTROL);  // a name, to be looked for where the choice stands
+    Type("at home");
+    Press(WXK_RETURN);
+  });
+  EXPECT_EQ(user_.ChooseFile("File selection", "*.*", ""), "c:\\at home");
+}
+
 TEST_F(WindowUserTest, TakesNoFileOnCancel) {
   Expect([](ShownModal&) { Press(WXK_ESCAPE); });
   EXPECT_EQ(user_.ChooseFile("File selection", "*.*", ""), "");

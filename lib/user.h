@@ -49,7 +49,7 @@ class User {
   // An input box; an empty answer is also Cancel.
   virtual std::string Input(const std::string& prompt, const std::string& title, const std::string& preset) = 0;
   // Whether a file can be chosen at all, and the choice: a path in the program's form, empty for Cancel. `filter` is
-  // a wildcard such as "*.cas".
+  // a wildcard such as "*.cas"; the choice begins in `folder`, in the user's own one when it is empty.
   [[nodiscard]] virtual bool CanChooseFile() const = 0;
   virtual std::string ChooseFile(const std::string& title, const std::string& filter, const std::string& folder) = 0;
 
