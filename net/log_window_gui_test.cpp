@@ -11,6 +11,7 @@
 #include "lib/gui/text.h"
 #include "net/log_window.h"
 #include "tests/support/gui_testing.h"
+#include "tests/support/native_windows.h"
 
 namespace zelkor::net {
 namespace {
@@ -57,6 +58,18 @@ class LogWindowTest : public tests::GuiTest {
   int cancelled_ = 0;
   bool came_ = false;
 };
+
+TEST_F(LogWindowTest, DoesNotBringBackAParentThatWasClosedBeforeTheKeyboardCame) {
+  log_->Close();
+  ShowActive(*parent_);
+  came_ = false;
+  log_->Open("Sync Log");
+  parent_->Hide();
+  Until([this] { return came_; }, "the keyboard to come to the log");
+  Settle();
+  EXPECT_FALSE(tests::native::IsOnScreen(parent_->GetHandle()));
+  EXPECT_TRUE(tests::native::IsOnScreen(log_->GetHandle()));
+}
 
 TEST_F(LogWindowTest, IsMonospaced) {
   EXPECT_TRUE(log_->List().GetFont().IsFixedWidth());

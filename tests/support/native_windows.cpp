@@ -83,6 +83,8 @@ std::vector<void*> ModalWindows() {
 
 bool IsActive(void* window) { return gtk_window_is_active(GTK_WINDOW(window)) != 0; }
 
+bool IsOnScreen(void* window) { return gtk_widget_get_visible(GTK_WIDGET(window)) != 0; }
+
 void Close(void* window) {
   if (GTK_IS_DIALOG(window) != 0) {
     gtk_dialog_response(GTK_DIALOG(window), GTK_RESPONSE_DELETE_EVENT);

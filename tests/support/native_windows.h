@@ -40,6 +40,8 @@ class KeepAlive {
 [[nodiscard]] std::vector<void*> ModalWindows();
 // Whether the window has the keyboard.
 [[nodiscard]] bool IsActive(void* window);
+// Whether the window system shows it, whatever the toolkit believes.
+[[nodiscard]] bool IsOnScreen(void* window);
 void Close(void* window);
 
 [[nodiscard]] std::string Title(void* window);
