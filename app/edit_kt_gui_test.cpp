@@ -7,6 +7,7 @@
 #include <wx/display.h>
 #include <wx/frame.h>
 #include <wx/menu.h>
+#include <wx/stattext.h>
 
 #include "app/edit_kt.h"
 #include "app/form_placement.h"
@@ -92,7 +93,7 @@ TEST_F(EditKtTest, ShowsTheFileUnderItsName) {
 
 TEST_F(EditKtTest, HasAFileMenuWithSaveAndExit) {
   const EditKt& editor = Open();
-  ASSERT_EQ(editor.GetMenuBar()->GetMenuCount(), 1U);
+  ASSERT_EQ(editor.GetMenuBar()->GetMenuCount(), 2U);
   EXPECT_EQ(editor.GetMenuBar()->GetMenuLabel(0), "&File");
   EXPECT_NE(editor.GetMenuBar()->FindItem(wxID_SAVE), nullptr);
   EXPECT_NE(editor.GetMenuBar()->FindItem(wxID_EXIT), nullptr);
@@ -216,6 +217,118 @@ TEST_F(EditKtTest, TypesALineEndOfTheFilesKind) {
   Press('S', wxMOD_CONTROL);
   Until([this] { return saved_.size() == 1; });
   EXPECT_EQ(Content(), "\n\tone\ntwo\n");
+}
+
+TEST_F(EditKtTest, TakesChangesBackAndDoesThemAgain) {
+  const EditKt& editor = Open();
+  TypeInto(editor, "two words ");
+  Press('Z', wxMOD_CONTROL);
+  EXPECT_TRUE(Until([&] { return Text(editor) == "two one\ntwo\n"; }));
+  Press('Z', wxMOD_CONTROL);
+  EXPECT_TRUE(Until([&] { return Text(editor) == "one\ntwo\n"; }));
+  Press('Z', wxMOD_CONTROL);  // there is nothing more
+  Settle();
+  EXPECT_EQ(Text(editor), "one\ntwo\n");
+  Press('Y', wxMOD_CONTROL);
+  EXPECT_TRUE(Until([&] { return Text(editor) == "two one\ntwo\n"; }));
+  Press('Z', wxMOD_CONTROL | wxMOD_SHIFT);
+  EXPECT_TRUE(Until([&] { return Text(editor) == "two words one\ntwo\n"; }));
+  EXPECT_EQ(Box(editor).GetInsertionPoint(), 10);
+  AnswerSave("No");
+  EXPECT_TRUE(desktop_.CloseEditors());
+}
+
+TEST_F(EditKtTest, TakesAPastedTextBackByTheMenu) {
+  const EditKt& editor = Open();
+  Box(editor).SetSelection(0, 4);
+  Box(editor).WriteText("1\n2\n");
+  Press('E', wxMOD_ALT);
+  Press('U');
+  EXPECT_TRUE(Until([&] { return Text(editor) == "one\ntwo\n"; }));
+  AnswerSave("No");
+  EXPECT_TRUE(desktop_.CloseEditors());
+}
+
+TEST_F(EditKtTest, KeepsEveryByteThroughAChangeThatIsTakenBack) {
+  std::string bytes = tests::Raw("CR\rLF\nNUL \0 and more\r\n\r\n");
+  bytes += "upper half \x80\xE4\xFF";
+  WriteNative(File(), bytes);
+  const EditKt& editor = Open();
+  const std::string before = Text(editor);
+  Press('A', wxMOD_CONTROL);
+  Press(WXK_DELETE);
+  EXPECT_TRUE(Until([&] { return Text(editor).empty(); }));
+  Press('Z', wxMOD_CONTROL);
+  EXPECT_TRUE(Until([&] { return Text(editor) == before; }));
+  Press('S', wxMOD_CONTROL);
+  Until([this] { return saved_.size() == 1; });
+  EXPECT_EQ(Content(), bytes);
+}
+
+TEST_F(EditKtTest, ATextThatWasReadAgainCanNotBeTakenBack) {
+  const EditKt& editor = Open();
+  WriteNative(File(), "other\r\n");
+  Open();
+  ASSERT_EQ(Text(editor), "other\n");
+  Press('Z', wxMOD_CONTROL);
+  Settle();
+  EXPECT_EQ(Text(editor), "other\n");
+}
+
+TEST_F(EditKtTest, FindsATextFromPlaceToPlace) {
+  WriteNative(File(), "a tree\r\nThe Tree house\r\nno bush\r\n");
+  const EditKt& editor = Open();
+  const auto selected = [&] {
+    long begin = 0;
+    long end = 0;
+    Box(editor).GetSelection(&begin, &end);
+    return std::pair(begin, end);
+  };
+  auto* result = dynamic_cast<wxStaticText*>(Child(editor, "Find result"));
+  Press('F', wxMOD_CONTROL);
+  ASSERT_TRUE(Until([&] { return Child(editor, "Find what")->HasFocus(); }));
+  Type("tree");
+  Press(WXK_RETURN);
+  EXPECT_TRUE(Until([&] { return selected() == std::pair(2L, 6L); }));
+  Press(WXK_F3);
+  EXPECT_TRUE(Until([&] { return selected() == std::pair(11L, 15L); }));
+  EXPECT_EQ(result->GetLabelText(), "");
+  Screenshot("editor_find");
+  Press(WXK_F3);
+  EXPECT_TRUE(Until([&] { return selected() == std::pair(2L, 6L); }));
+  EXPECT_EQ(result->GetLabelText(), "From the top");
+  Press(WXK_F3, wxMOD_SHIFT);
+  EXPECT_TRUE(Until([&] { return selected() == std::pair(11L, 15L); }));
+  EXPECT_EQ(result->GetLabelText(), "From the end");
+  Press(WXK_ESCAPE);
+  EXPECT_TRUE(Until([&] { return Box(editor).HasFocus() && !Child(editor, "Find bar")->IsShown(); }));
+  EXPECT_EQ(selected(), std::pair(11L, 15L)) << "what was found stays selected";
+  Press(WXK_F3);  // also without the bar
+  EXPECT_TRUE(Until([&] { return selected() == std::pair(2L, 6L); }));
+  Press('W', wxMOD_CONTROL);  // looking is no change
+  UntilClosed();
+}
+
+TEST_F(EditKtTest, SaysWhenATextIsNotFoundAndTakesCaseIntoAccountOnRequest) {
+  const EditKt& editor = Open();
+  Press(WXK_F3);  // nothing was looked for yet
+  ASSERT_TRUE(Until([&] { return Child(editor, "Find what")->HasFocus(); }));
+  Type("TWO");
+  Press('M', wxMOD_ALT);
+  Press('N', wxMOD_ALT);
+  auto* result = dynamic_cast<wxStaticText*>(Child(editor, "Find result"));
+  EXPECT_TRUE(Until([&] { return result->GetLabelText() == "Not found"; }));
+  Press('M', wxMOD_ALT);
+  Press('P', wxMOD_ALT);
+  EXPECT_TRUE(Until([&] { return Box(editor).GetStringSelection() == "two"; }));
+}
+
+TEST_F(EditKtTest, LooksForWhatIsSelected) {
+  const EditKt& editor = Open();
+  Box(editor).SetSelection(4, 7);
+  Press('F', wxMOD_CONTROL);
+  auto* wanted = dynamic_cast<wxTextCtrl*>(Child(editor, "Find what"));
+  EXPECT_TRUE(Until([&] { return wanted->HasFocus() && wanted->GetValue() == "two"; }));
 }
 
 TEST_F(EditKtTest, OpensAFileOnceAndReadsItAgainUnlessItWasChanged) {
