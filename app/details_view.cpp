@@ -40,13 +40,12 @@ std::string Sample(MwColumn column) {
 DetailsView::DetailsView(wxWindow* parent, const MwRows& rows, ItemViewEvents events)
     : wxListCtrl(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxLC_REPORT | wxLC_VIRTUAL | wxLC_SINGLE_SEL),
       rows_(rows),
+      hint_(*this),
       events_(std::move(events)) {
   SetName("Items");
   MakeColumns();
   wxVector<wxBitmapBundle> images;
-  for (const char* key : {"ItemAuto", "ItemOn", "ItemOff"}) {
-    images.push_back(lib::Picture(key, kRowIconPixels));
-  }
+  for (const std::string_view key : kRowPictures) images.push_back(lib::Picture(key, kRowIconPixels));
   SetSmallImages(images);
 
   Bind(wxEVT_LIST_ITEM_SELECTED, [this](wxListEvent& event) {
@@ -91,6 +90,12 @@ void DetailsView::MakeColumns() {
     AppendColumn(caption, wxLIST_FORMAT_LEFT, std::max(text, GetTextExtent(caption).x) + margins);
   }
   leastWidth_ = fittedWidth_ = GetColumnWidth(0);
+}
+
+int DetailsView::WholeWidth() const {
+  int width = std::max(0, wxSystemSettings::GetMetric(wxSYS_VSCROLL_X, this));
+  for (int column = 0; column < GetColumnCount(); ++column) width += GetColumnWidth(column);
+  return width;
 }
 
 // The descriptions get the room that the other columns leave, until the user sets the column's width.
@@ -143,7 +148,7 @@ wxString DetailsView::OnGetItemText(long item, long column) const {
 
 int DetailsView::OnGetItemImage(long item) const {
   if (item < 0 || item >= rows_.Count()) return -1;
-  return rows_.ExportState(static_cast<int>(item) + 1);
+  return rows_.Picture(static_cast<int>(item) + 1);
 }
 
 }  // namespace zelkor::app

@@ -4,6 +4,7 @@
 #include <wx/listctrl.h>
 
 #include "app/item_view.h"
+#include "app/list_hint.h"
 
 namespace zelkor::app {
 
@@ -13,6 +14,9 @@ class DetailsView : public wxListCtrl, public ItemView {
 
   [[nodiscard]] wxWindow& Window() override { return *this; }
   void ShowRows() override;
+  void ShowHint(const std::string& text) override { hint_.Show(text); }
+  // What shows every column whole, beside the bar for scrolling down.
+  [[nodiscard]] int WholeWidth() const;
 
  private:
   [[nodiscard]] wxString OnGetItemText(long item, long column) const override;
@@ -22,6 +26,7 @@ class DetailsView : public wxListCtrl, public ItemView {
   void OnDeselected();
 
   const MwRows& rows_;
+  ListHint hint_;
   ItemViewEvents events_;
   int leastWidth_ = 0;   // of the descriptions' column, in pixels
   int fittedWidth_ = 0;  // as last set here

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <string>
 #include <wx/event.h>
 #include <wx/window.h>
 
@@ -30,6 +31,8 @@ class ItemView {
   // Shows the rows, and which one is selected, as they are now. The selected row scrolls into view when it is another
   // one than before, or stands elsewhere.
   virtual void ShowRows() = 0;
+  // What stands in the view while it has no rows; empty for nothing.
+  virtual void ShowHint(const std::string& text) = 0;
 };
 
 }  // namespace zelkor::app

@@ -21,7 +21,7 @@ namespace zelkor::app {
 namespace {
 
 // The window's own size, in logical pixels.
-constexpr int kDesignWidth = 820;
+constexpr int kDesignWidth = 640;
 constexpr int kDesignHeight = 560;
 constexpr int kLeastWidth = 260;
 constexpr int kLeastHeight = 180;
@@ -97,7 +97,11 @@ mw::mw(ProgramState& state, MwRows& rows, db::ItemEditing& editing, MwCommands& 
   Bind(wxEVT_ICONIZE, &mw::Form_Resize, this);
   Bind(wxEVT_CLOSE_WINDOW, &mw::Form_Unload, this);
   SetMinSize(FromDIP(wxSize(kLeastWidth, kLeastHeight)));
+  // As wide as the columns, where the screen has room for it.
   SetSize(FromDIP(wxSize(kDesignWidth, kDesignHeight)));
+  const int frame = GetSize().x - GetClientSize().x;
+  const int columns = std::max(GetSize().x, details_->WholeWidth() + frame);
+  SetSize(std::min(columns, MainScreen().width), wxDefaultCoord);
   View_View_Click(kDetailsView);
 }
 
@@ -136,6 +140,7 @@ void mw::View_View_Click(int index) {
   tiles_->Show(index != kDetailsView);
   Layout();
   Shown().ShowRows();
+  ShowHint();
   UpdateEntries();
   if (hadFocus || !Shown().Window().HasFocus()) Shown().Window().SetFocus();
 }
@@ -200,7 +205,13 @@ void mw::RowSelected() {
 void mw::ShowRowsNow() {
   rowsStale_ = false;
   Shown().ShowRows();
+  ShowHint();
   UpdateEntries();
+}
+
+void mw::ShowHint() {
+  // A list that is being filled is empty for a moment.
+  Shown().ShowHint(InHand() ? std::string() : EmptyListText(state_.catalogue));
 }
 
 void mw::ShowCurrentItem(const db::CurrentItem& item) {
@@ -221,6 +232,7 @@ void mw::ShowStatus(const std::string& text) { status_->Show(Panel::Selection, t
 void mw::OccupationChanged() {
   UpdateEntries();
   if (InHand()) return;
+  if (rows_.Count() == 0) RowsChanged();  // which says why
   if (currentStale_) {
     currentStale_ = false;
     lib::Later(*this, [this] {
@@ -331,10 +343,13 @@ void mw::Place(const FormPosition& place) {
   wxRect rect(lib::FromTwips(place.left, *this), lib::FromTwips(place.top, *this),
               std::max(lib::FromTwips(place.width, *this), GetMinSize().x),
               std::max(lib::FromTwips(place.height, *this), GetMinSize().y));
+  // Where it stands for want of a stored place, a panel of the desktop may cover its status line.
+  const FormPosition screen = Screen();
+  const bool first = place.top == screen.top && place.height == screen.height - kFreeBelow;
   // A screen that has gone since must not take the window with it.
   bool visible = false;
   for (unsigned i = 0; i < wxDisplay::GetCount(); ++i) visible = visible || wxDisplay(i).GetGeometry().Intersects(rect);
-  if (!visible) rect = lib::OntoAScreen(rect);
+  if (first || !visible) rect = lib::OntoAScreen(rect);
   SetSize(rect.x, rect.y, rect.width, rect.height, wxSIZE_ALLOW_MINUS_ONE);
   if (place.state == WindowState::Maximised) Maximize();
 }

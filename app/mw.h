@@ -130,6 +130,7 @@ class mw : public wxFrame, public MainView, public db::CurrentItemView {
   void RowsChanged();
   void RowSelected();
   void ShowRowsNow();
+  void ShowHint();
 
   void File_UserID_Click();
   void File_SysTray_Click();

@@ -50,6 +50,17 @@ std::string SelectionText(db::Catalogue& catalogue) {
          ", Database:" + std::to_string(catalogue.Data().RecordCount()) + " rec";
 }
 
+std::string EmptyListText(db::Catalogue& catalogue) {
+  if (catalogue.ItemList().Count() > 0) return {};
+  if (catalogue.Data().RecordCount() == 0) {
+    return "There are no items yet.\n\nDrop files here, or choose Add... in the menu Edit.";
+  }
+  if (SameMask(catalogue.Shown(), db::kDeletedItems)) {
+    return "No item is marked as deleted.\n\nDefault filter in the menu Filter shows the others.";
+  }
+  return "Every item is marked as deleted.\n\nSelect deleted in the menu Filter shows them.";
+}
+
 void MwCommands::File_Extensions(int index) {
   app::File_Extensions(static_cast<FileTypes>(index), state_.database, desktop_);
 }

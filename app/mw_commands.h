@@ -18,6 +18,8 @@ inline constexpr std::string_view kWebPage = "http://zelkor.example/forum";
 // What the panel "Selection indicator" shows: the codes in force, that deleted items are listed, or, when nothing
 // narrows the list, the program's version and the number of records.
 [[nodiscard]] std::string SelectionText(db::Catalogue& catalogue);
+// Why the list has no rows, and what to do; empty when it has some.
+[[nodiscard]] std::string EmptyListText(db::Catalogue& catalogue);
 
 // None is called while something is in hand (db::Catalogue::Occupied). Each ends with the status and the item dialog
 // up to date.

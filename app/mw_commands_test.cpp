@@ -128,6 +128,27 @@ class MwCommandsTest : public tests::DatabaseFixture {
 
 TEST_F(MwCommandsTest, CaptionNamesTheComputerInLowerCase) { EXPECT_EQ(MainCaption("PC01"), "Zelkor! - pc01"); }
 
+TEST_F(MwCommandsTest, SaysWhyTheListIsEmpty) {
+  Open({});
+  EXPECT_THAT(EmptyListText(Items()), HasSubstr("no items yet"));
+  Commands().Filter_SelectDeleted();
+  EXPECT_THAT(EmptyListText(Items()), HasSubstr("no items yet"));
+}
+
+TEST_F(MwCommandsTest, SaysWhyAFilteredListIsEmptyAndNothingOfOneThatHasRows) {
+  Open({{"one"}});
+  EXPECT_EQ(EmptyListText(Items()), "");
+  Commands().Filter_SelectDeleted();
+  EXPECT_THAT(EmptyListText(Items()), HasSubstr("No item is marked as deleted."));
+  Commands().Filter_SelectAll();
+  user_.answers = {Button::Yes, Button::No};
+  Commands().Edit_Delete();
+  ASSERT_EQ(rows_.Count(), 0);
+  EXPECT_THAT(EmptyListText(Items()), HasSubstr("Every item is marked as deleted."));
+  Commands().Filter_SelectDeleted();
+  EXPECT_EQ(EmptyListText(Items()), "");
+}
+
 TEST_F(MwCommandsTest, DeletesTheCurrentItemAfterTwoQuestions) {
   Open({{"one"}, {" Plan  "}, {"three"}});
   WriteNative(Home() / "a.txt", "x");

@@ -1,5 +1,6 @@
 // Where the main window and the windows beside it stand.
 
+#include <cstdlib>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
@@ -39,6 +40,22 @@ TEST_F(MwPlace, OpensAtTheTopRightEdgeWithoutSettings) {
   EXPECT_EQ(Main().GetRect().GetRight() + 1, wxDisplay(0U).GetGeometry().width);
   EXPECT_EQ(Main().GetRect().y, 0);
   EXPECT_EQ(Main().GetRect().height, lib::FromTwips(Main().Screen().height - 500, Main()));
+}
+
+TEST_F(MwPlace, ShowsItsStatusLineAboveThePanelsOfTheDesktopAtFirst) {
+  // A panel that takes more than the program leaves free.
+  constexpr int kPanel = 120;
+  auto* panel = new wxFrame(nullptr, wxID_ANY, "panel of the desktop", wxPoint(0, 0), wxSize(100, 100));
+  ShowActive(*panel);
+  const std::string reserve =
+      "xprop -name 'panel of the desktop' -f _NET_WM_STRUT 32c -set _NET_WM_STRUT 0,0,0," + std::to_string(kPanel);
+  ASSERT_EQ(std::system(reserve.c_str()), 0);  // NOLINT(concurrency-mt-unsafe): the test has one thread
+  const auto above = [] { return wxDisplay(0U).GetGeometry().height - kPanel; };
+  ASSERT_TRUE(Until([&] { return wxDisplay(0U).GetClientArea().GetBottom() < above(); }));
+  Start({{"one"}});
+  EXPECT_LE(Status().GetScreenRect().GetBottom(), above());
+  EXPECT_EQ(Main().GetRect().y, 0);
+  panel->Destroy();
 }
 
 TEST_F(MwPlace, LeavesTheStoredPlaceWhenClosedWhileMaximised) {

@@ -138,6 +138,12 @@ std::string MwRows::Cell(int row, MwColumn column) const {
   return {};
 }
 
+int MwRows::Picture(int row) const {
+  constexpr int kDeleted = 3;
+  const lib::ListRow& shown = At(row).shown;
+  return shown.deleted ? kDeleted : shown.exportState;
+}
+
 void MwRows::List_ColumnClick(int column) {
   assert(column >= 1 && column <= static_cast<int>(kMwColumns.size()));
   sortKey_ = static_cast<MwColumn>(column - 1);

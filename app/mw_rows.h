@@ -21,6 +21,9 @@ enum class MwColumn { Description, Date, Codes, SyncMethod, SyncTo, LastImport }
 inline constexpr std::array<std::string_view, 6> kMwColumns{"Description", "Date",    "Codes",
                                                             "Sync method", "Sync to", "Last import"};
 
+// The pictures of the rows: of the three export states, and of a deleted item.
+inline constexpr std::array<std::string_view, 4> kRowPictures{"ItemAuto", "ItemOn", "ItemOff", "ItemDeleted"};
+
 // When the first file of a selection was last written; 0 when there is none.
 [[nodiscard]] lib::Date FirstFileDate(const std::string& selection);
 
@@ -49,6 +52,8 @@ class MwRows : public lib::ListRows {
   // The text of a row in a column.
   [[nodiscard]] std::string Cell(int row, MwColumn column) const;
   [[nodiscard]] int ExportState(int row) const { return At(row).shown.exportState; }
+  // An index of kRowPictures.
+  [[nodiscard]] int Picture(int row) const;
 
   // A click on a column's head, `column` counting from 1: sorts by it and turns the order round, whichever column was
   // clicked before. At the start the order is descending and no column is sorted by, so the first click sorts

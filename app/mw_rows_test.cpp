@@ -71,6 +71,21 @@ TEST_F(MwRowsTest, ShowsWhatTheColumnsSay) {
   EXPECT_EQ(rows_.Cell(2, MwColumn::LastImport), "");
 }
 
+TEST_F(MwRowsTest, ShowsADeletedItemByItsOwnPictureWhateverItsExportState) {
+  for (const int state : {0, 1, 2}) {
+    lib::ListRow row = Given("row");
+    row.exportState = state;
+    rows_.Add(row);
+    row.deleted = true;
+    rows_.Add(row);
+  }
+  std::vector<std::string_view> pictures;
+  for (int row = 1; row <= rows_.Count(); ++row) {
+    pictures.push_back(kRowPictures.at(static_cast<std::size_t>(rows_.Picture(row))));
+  }
+  EXPECT_THAT(pictures, ElementsAre("ItemAuto", "ItemDeleted", "ItemOn", "ItemDeleted", "ItemOff", "ItemDeleted"));
+}
+
 TEST_F(MwRowsTest, LooksAtAFileWhenItsDateIsFirstShown) {
   Fill({"a", "b"});
   EXPECT_EQ(lookedUp_, 0);

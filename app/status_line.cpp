@@ -1,5 +1,7 @@
 #include "app/status_line.h"
 
+#include <wx/settings.h>
+
 #include "lib/gui/text.h"
 
 namespace zelkor::app {
@@ -10,6 +12,9 @@ constexpr int kPanels = static_cast<int>(kPanelDescriptions.size());
 
 const wxColour kFoundColour(255, 0, 0);
 const wxColour kNotFoundColour(0, 0, 255);
+// What both can be read on.
+const wxColour kLightGround(246, 246, 246);
+constexpr double kDark = 0.5;
 
 }  // namespace
 
@@ -26,7 +31,17 @@ StatusLine::StatusLine(wxWindow* parent)
     event.Skip();
   });
   Bind(wxEVT_MOTION, &StatusLine::OnMotion, this);
+  Bind(wxEVT_SYS_COLOUR_CHANGED, [this](wxSysColourChangedEvent& event) {
+    event.Skip();
+    ShowGround();
+  });
   PlaceLabel();
+}
+
+// The colours of the text are the same on every desktop, so a dark one gets a light strip behind it.
+void StatusLine::ShowGround() {
+  const bool dark = wxSystemSettings::GetColour(wxSYS_COLOUR_BTNFACE).GetLuminance() < kDark;
+  label_->SetBackgroundColour(dark && !caption_.empty() ? kLightGround : wxColour());
 }
 
 void StatusLine::PlaceLabel() {
@@ -57,6 +72,7 @@ std::string StatusLine::Shown(Panel panel) const { return lib::FromWx(GetStatusT
 void StatusLine::SetCaption(const std::string& caption) {
   caption_ = caption;
   label_->SetLabelText(lib::ToWx(caption));
+  ShowGround();
   PlaceLabel();
 }
 

@@ -30,6 +30,7 @@ class StatusLine : public wxStatusBar, public SearchLabel {
 
  private:
   void PlaceLabel();
+  void ShowGround();
   void OnMotion(wxMouseEvent& event);
 
   std::string caption_;

@@ -62,6 +62,7 @@ TilesView::TilesView(wxWindow* parent, const MwRows& rows, ItemViewEvents events
     : wxScrolledCanvas(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize,
                        wxWANTS_CHARS | wxHSCROLL | wxVSCROLL | wxFULL_REPAINT_ON_RESIZE),
       rows_(rows),
+      hint_(*this),
       events_(std::move(events)) {
   SetName("Items as tiles");
   SetBackgroundStyle(wxBG_STYLE_PAINT);
@@ -103,8 +104,9 @@ void TilesView::SetMode(Mode mode) {
 
 void TilesView::LoadPictures() {
   const int pixels = mode_ == Mode::Icons ? kLargePixels : kSmallPixels;
-  constexpr std::array<const char*, 3> kKeys{"ItemAuto", "ItemOn", "ItemOff"};
-  for (std::size_t i = 0; i < kKeys.size(); ++i) images_[i] = lib::Picture(kKeys[i], pixels).GetBitmapFor(this);
+  for (std::size_t i = 0; i < kRowPictures.size(); ++i) {
+    images_[i] = lib::Picture(kRowPictures[i], pixels).GetBitmapFor(this);
+  }
 }
 
 void TilesView::MakeLayout() {
@@ -185,7 +187,7 @@ void TilesView::DrawTile(wxDC& dc, int row, const TileRect& cell) {
   }
   dc.SetTextForeground(
       wxSystemSettings::GetColour(selected && focused ? wxSYS_COLOUR_LISTBOXHIGHLIGHTTEXT : wxSYS_COLOUR_LISTBOXTEXT));
-  const wxBitmap& image = images_.at(static_cast<std::size_t>(rows_.ExportState(row)));
+  const wxBitmap& image = images_.at(static_cast<std::size_t>(rows_.Picture(row)));
   const wxSize icon =
       image.IsOk() ? wxSize(wxRound(image.GetLogicalWidth()), wxRound(image.GetLogicalHeight())) : wxSize();
   const wxString text = lib::ToWx(rows_.Text(row));

@@ -7,6 +7,7 @@
 #include <wx/scrolwin.h>
 
 #include "app/item_view.h"
+#include "app/list_hint.h"
 #include "app/tile_layout.h"
 
 namespace zelkor::app {
@@ -25,6 +26,7 @@ class TilesView : public wxScrolledCanvas, public ItemView {
 
   [[nodiscard]] wxWindow& Window() override { return *this; }
   void ShowRows() override;
+  void ShowHint(const std::string& text) override { hint_.Show(text); }
 
  private:
   void OnDraw(wxDC& dc) override;
@@ -38,10 +40,11 @@ class TilesView : public wxScrolledCanvas, public ItemView {
   [[nodiscard]] int RowAt(const wxPoint& client) const;
 
   const MwRows& rows_;
+  ListHint hint_;
   ItemViewEvents events_;
   Mode mode_ = Mode::Icons;
   TileLayout layout_{0, 1, 1, 1, 1, false};
-  std::array<wxBitmap, 3> images_;  // by export state
+  std::array<wxBitmap, kRowPictures.size()> images_;
   wxSize layoutSize_;
   int shownSelected_ = 0;
   int hovered_ = 0;

@@ -57,7 +57,8 @@ lib::ListRow Catalogue::RowOf(std::int32_t recno, const FileRec& item) const {
           .exportState = ChosenExportState(recno).value_or(choice(FileRec::kSyncMethod)),
           .syncTo = choice(FileRec::kSyncTo),
           .importSource = item.Text(FileRec::kImportSource),
-          .importDate = std::max(item.Date(FileRec::kImportDate), 0.0)};
+          .importDate = std::max(item.Date(FileRec::kImportDate), 0.0),
+          .deleted = item.Deleted()};
 }
 
 void Catalogue::SelectFirstRow() {

@@ -19,6 +19,7 @@ struct ListRow {
   int syncTo = 0;       // 0 All, 1 All but excluded, 2 Only included
   std::string importSource;
   Date importDate = 0;
+  bool deleted = false;
 };
 
 class ListRows {
