@@ -1,5 +1,7 @@
 #include "lib/progress_line.h"
 
+#include <gtest/gtest.h>
+
 namespace zelkor::lib {
 namespace {
 

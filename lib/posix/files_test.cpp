@@ -20,38 +20,12 @@ class Files : public tests::Sandbox {
   static void MakeReadOnly(const fs::path& path) { ASSERT_EQ(chmod(path.c_str(), 0444), 0); }
 };
 
-TEST_F(Files, FileExistsTellsAFileFromADirectoryAndFromNothing) {
-  WriteNative(Home() / "a.txt", "");
-  WriteNative(Home() / ".hidden", "");
-  fs::create_directory(Home() / "dir");
-  EXPECT_TRUE(FileExists("c:\\a.txt"));
-  EXPECT_TRUE(FileExists("  c:\\A.TXT  "));
-  EXPECT_TRUE(FileExists("c:\\.hidden"));
-  EXPECT_FALSE(FileExists("c:\\dir\\"));
-  EXPECT_FALSE(FileExists("c:\\dir"));
-  EXPECT_FALSE(FileExists("c:\\a.txt\\"));
-  EXPECT_FALSE(FileExists("c:\\b.txt"));
-  EXPECT_FALSE(FileExists("   "));
-  EXPECT_FALSE(FileExists(""));
-  EXPECT_FALSE(FileExists("q:\\a.txt"));
-  EXPECT_FALSE(FileExists("c:\\?.txt"));
-}
-
 TEST_F(Files, FollowLinksToFilesWhenTheyLook) {
   WriteNative(Home() / "a.txt", "12345");
   fs::create_symlink(Home() / "a.txt", Home() / "link");
   fs::create_symlink(Home() / "nowhere", Home() / "dangling");
   EXPECT_EQ(GetFileInfo("c:\\link")->size, 5);
   EXPECT_FALSE(FileExists("c:\\dangling"));
-}
-
-TEST_F(Files, DirectoryExistsForDirectoriesOnly) {
-  WriteNative(Home() / "dir/a.txt", "");
-  EXPECT_TRUE(DirectoryExists("c:\\DIR"));
-  EXPECT_TRUE(DirectoryExists("c:\\dir\\"));
-  EXPECT_TRUE(DirectoryExists("c:\\"));
-  EXPECT_FALSE(DirectoryExists("c:\\dir\\a.txt"));
-  EXPECT_FALSE(DirectoryExists("c:\\none"));
 }
 
 TEST_F(Files, TellTheFactsOfAFile) {
@@ -83,17 +57,6 @@ TEST_F(Files, ChangeStampFollowsContentAndTimes) {
   EXPECT_NE(second, first);
 }
 
-TEST_F(Files, TellAMissingFileFromAMissingDirectory) {
-  const Result<FileInfo> file = GetFileInfo("c:\\none.txt");
-  EXPECT_EQ(file.Why(), Cause::NotFound);
-  EXPECT_EQ(file.Failure().Message(), "\"c:\\none.txt\": there is no such file");
-  const Result<FileInfo> directory = GetFileInfo("c:\\none\\a.txt");
-  EXPECT_EQ(directory.Why(), Cause::PathNotFound);
-  EXPECT_EQ(directory.Failure().Message(), "\"c:\\none\\a.txt\": there is no such directory");
-  WriteNative(Home() / "file", "");
-  EXPECT_EQ(GetFileInfo("c:\\file\\a.txt").Why(), Cause::PathNotFound);
-}
-
 TEST_F(Files, RenameReplacesAFileInAnyCase) {
   WriteNative(Home() / "New.txt", "new");
   WriteNative(Home() / "Old.txt", "old");
@@ -108,26 +71,6 @@ TEST_F(Files, RenameCanChangeTheCaseAlone) {
   ASSERT_TRUE(RenameFile("c:\\dir\\NAME.TXT", "c:\\DIR\\Name.txt").Ok());
   EXPECT_EQ(ReadNative(Home() / "dir/Name.txt"), "x");
   EXPECT_FALSE(fs::exists(Home() / "dir/name.txt"));
-}
-
-TEST_F(Files, RenameTellsWhatIsInTheWay) {
-  WriteNative(Home() / "a", "a");
-  WriteNative(Home() / "fixed", "f");
-  MakeReadOnly(Home() / "fixed");
-  fs::create_directory(Home() / "dir");
-  EXPECT_EQ(RenameFile("c:\\none", "c:\\b").Why(), Cause::NotFound);
-  EXPECT_EQ(RenameFile("c:\\a", "c:\\none\\b").Why(), Cause::PathNotFound);
-  EXPECT_EQ(RenameFile("c:\\a", "c:\\fixed").Why(), Cause::ReadOnly);
-  EXPECT_EQ(RenameFile("c:\\a", "c:\\dir").Why(), Cause::Exists);
-  EXPECT_EQ(ReadNative(Home() / "a"), "a");
-  EXPECT_EQ(ReadNative(Home() / "fixed"), "f");
-}
-
-TEST_F(Files, DeleteTakesTheFileThatExistsInAnyCase) {
-  WriteNative(Home() / "Gone.txt", "");
-  EXPECT_TRUE(DeleteFile("c:\\GONE.TXT").Ok());
-  EXPECT_FALSE(fs::exists(Home() / "Gone.txt"));
-  EXPECT_EQ(DeleteFile("c:\\gone.txt").Why(), Cause::NotFound);
 }
 
 TEST_F(Files, DeleteSparesReadOnlyFilesDirectoriesAndWhatALinkLeadsTo) {
@@ -166,18 +109,6 @@ TEST_F(Files, MakePathMakesEveryLevelAndKeepsSpellings) {
   EXPECT_TRUE(MakePath("c:\\"));
 }
 
-TEST_F(Files, MakePathFailsAtALevelThatCanNotBeMade) {
-  WriteNative(Home() / "file", "");
-  EXPECT_FALSE(MakePath("c:\\file\\dir"));
-  EXPECT_FALSE(MakePath("c:\\file"));
-  EXPECT_FALSE(MakePath("q:\\dir"));
-  EXPECT_FALSE(MakePath("dir"));
-  EXPECT_FALSE(MakePath("\\dir"));
-  EXPECT_FALSE(MakePath("c:dir"));
-  EXPECT_FALSE(MakePath(""));
-  EXPECT_FALSE(MakePath("c:\\good\\b?d\\x"));
-}
-
 TEST_F(Files, ListDirectoryGivesNamesInByteOrderAndSaysWhatTheyAre) {
   for (const char* name : {"b", "B", "a.txt", ".hidden", "\xC3\xA4"}) WriteNative(Home() / name, "");
   fs::create_directory(Home() / "dir");
@@ -204,20 +135,6 @@ TEST_F(Files, ListDirectorySaysWhichNamesCanNotBeUsedAndWhy) {
   const std::string outside = "The name \"?\" can not be used: it holds a character outside the code page";
   EXPECT_THAT(refused, testing::UnorderedElementsAre(outside, outside,
                                                      "The name \"q?\" can not be used: it holds the character ?"));
-}
-
-TEST_F(Files, ListDirectoryTellsAMissingDirectory) {
-  EXPECT_EQ(ListDirectory("c:\\none").Why(), Cause::PathNotFound);
-  WriteNative(Home() / "file", "");
-  EXPECT_EQ(ListDirectory("c:\\file").Why(), Cause::PathNotFound);
-}
-
-TEST_F(Files, FlushWhatExists) {
-  WriteNative(Home() / "dir/a.txt", "");
-  EXPECT_TRUE(FlushDirectory("c:\\DIR").Ok());
-  EXPECT_TRUE(FlushFileSystem("c:\\dir\\a.txt").Ok());
-  EXPECT_TRUE(FlushFileSystem("c:\\dir").Ok());
-  EXPECT_EQ(FlushDirectory("c:\\none").Why(), Cause::PathNotFound);
 }
 
 }  // namespace

@@ -29,23 +29,6 @@ class NewFileTest : public tests::Sandbox {
   }
 };
 
-TEST_F(NewFileTest, TakesItsNameOnlyWhenTold) {
-  NewFile file = With("c:\\a.txt", "whole");
-  EXPECT_FALSE(fs::exists(Home() / "a.txt"));
-  EXPECT_EQ(file.Content().Path(), "c:\\a.txt");
-  ASSERT_TRUE(file.Replace().Ok());
-  EXPECT_EQ(ReadNative(Home() / "a.txt"), "whole");
-  EXPECT_EQ(NamesInHome(), 1);
-}
-
-TEST_F(NewFileTest, IsGoneWithoutATraceWhenItIsNotCommitted) {
-  WriteNative(Home() / "a.txt", "old");
-  With("c:\\a.txt", "half");
-  With("c:\\b.txt", "half");
-  EXPECT_EQ(NamesInHome(), 1);
-  EXPECT_EQ(ReadNative(Home() / "a.txt"), "old");
-}
-
 TEST_F(NewFileTest, IsNotReadableByOthersBeforeItHasItsName) {
   const mode_t mask = umask(022);
   const NewFile file = With("c:\\a.txt", "half");
@@ -132,53 +115,6 @@ TEST_F(NewFileTest, GivesAContentMadeAheadTheModeOfNewFiles) {
   EXPECT_EQ(ModeOf(Home() / "a"), 0640U);
 }
 
-TEST_F(NewFileTest, ReplacesTheFileThatHasTheNameInAnotherCase) {
-  WriteNative(Home() / "Docs/Letter.TXT", "old");
-  ASSERT_TRUE(With("c:\\docs\\letter.txt", "new").Replace().Ok());
-  EXPECT_EQ(ReadNative(Home() / "Docs/Letter.TXT"), "new");
-  ASSERT_TRUE(With("c:\\DOCS\\other.txt", "x").Replace().Ok());
-  ASSERT_TRUE(With("c:\\DOCS\\OTHER.txt", "y").Replace().Ok());
-  EXPECT_EQ(ReadNative(Home() / "Docs/other.txt"), "y");
-  EXPECT_EQ(std::distance(fs::directory_iterator(Home() / "Docs"), {}), 2);
-}
-
-TEST_F(NewFileTest, LeavesReadersOfTheOldFileTheirContent) {
-  WriteNative(Home() / "a", "old");
-  const Result<File> reader = File::Open("c:\\a", OpenMode::Read);
-  ASSERT_TRUE(With("c:\\a", "new").Replace().Ok());
-  std::string content(3, '\0');
-  EXPECT_EQ(reader->ReadAt(0, content).Value(), 3U);
-  EXPECT_EQ(content, "old");
-}
-
-TEST_F(NewFileTest, TakesAFreeNameButNoTakenOne) {
-  ASSERT_TRUE(With("c:\\free", "1").TakeFreeName().Ok());
-  EXPECT_EQ(ReadNative(Home() / "free"), "1");
-  const Status taken = With("c:\\FREE", "2").TakeFreeName();
-  EXPECT_EQ(taken.Why(), Cause::Exists);
-  EXPECT_EQ(taken.Message(), "\"c:\\FREE\": the name is taken");
-  EXPECT_EQ(ReadNative(Home() / "free"), "1");
-  EXPECT_EQ(NamesInHome(), 1);
-}
-
-TEST_F(NewFileTest, NoticesANameThatSomebodyTookMeanwhile) {
-  NewFile free = With("c:\\a", "ours");
-  NewFile replacing = With("c:\\a", "ours");
-  WriteNative(Home() / "a", "theirs");
-  EXPECT_EQ(free.TakeFreeName().Why(), Cause::Exists);
-  EXPECT_EQ(ReadNative(Home() / "a"), "theirs");
-  EXPECT_TRUE(replacing.Replace().Ok());
-  EXPECT_EQ(ReadNative(Home() / "a"), "ours");
-}
-
-TEST_F(NewFileTest, SparesAReadOnlyFileThatCameMeanwhile) {
-  NewFile file = With("c:\\a", "ours");
-  WriteNative(Home() / "a", "theirs");
-  ASSERT_EQ(chmod((Home() / "a").c_str(), 0444), 0);
-  EXPECT_EQ(file.Replace().Why(), Cause::ReadOnly);
-  EXPECT_EQ(ReadNative(Home() / "a"), "theirs");
-}
-
 TEST_F(NewFileTest, TellsAtOnceWhatStandsInTheWay) {
   WriteNative(Home() / "fixed", "f");
   ASSERT_EQ(chmod((Home() / "fixed").c_str(), 0444), 0);
@@ -254,6 +190,15 @@ TEST_F(NewFileTest, AFinishedFileDoesNotMoveWhereNewFilesGetTheDirectorysGroup) 
   EXPECT_FALSE(MoveToFreeName(*file, "c:\\a").Ok());
   EXPECT_TRUE(fs::exists(Root() / "tmp" / "work"));
   EXPECT_EQ(NamesInHome(), 0);
+}
+
+TEST_F(NewFileTest, LeavesReadersOfTheOldFileTheirContent) {
+  WriteNative(Home() / "a", "old");
+  const Result<File> reader = File::Open("c:\\a", OpenMode::Read);
+  ASSERT_TRUE(With("c:\\a", "new").Replace().Ok());
+  std::string content(3, '\0');
+  EXPECT_EQ(reader->ReadAt(0, content).Value(), 3U);
+  EXPECT_EQ(content, "old");
 }
 
 }  // namespace

@@ -107,79 +107,6 @@ TEST_F(OpenFile, OpensFilesOnly) {
   EXPECT_EQ(WhyNot("c:\\dir", OpenMode::CreateNew), Cause::Exists);
 }
 
-TEST_F(OpenFile, ReadsAndWritesAtPositions) {
-  Result<File> file = File::Open("c:\\a", OpenMode::CreateNew);
-  ASSERT_TRUE(file.Ok());
-  ASSERT_TRUE(file->WriteAt(0, std::string_view("0123456789")).Ok());
-  ASSERT_TRUE(file->WriteAt(3, std::string_view("abc")).Ok());
-  ASSERT_TRUE(file->Append(std::string_view("!")).Ok());
-  std::string piece(5, '\0');
-  EXPECT_EQ(file->ReadAt(2, piece).Value(), 5U);
-  EXPECT_EQ(piece, "2abc6");
-  EXPECT_EQ(file->ReadAt(9, piece).Value(), 2U) << "only as much as there is";
-  EXPECT_EQ(piece.substr(0, 2), "9!");
-  EXPECT_EQ(file->ReadAt(100, piece).Value(), 0U);
-  ASSERT_TRUE(file->SetLength(4).Ok());
-  EXPECT_EQ(file->Length().Value(), 4);
-  ASSERT_TRUE(file->Flush().Ok());
-  file->Close();
-  EXPECT_FALSE(file->IsOpen());
-  EXPECT_EQ(ReadNative(Home() / "a"), "012a");
-}
-
-TEST_F(OpenFile, TellsAFailureOfWriting) {
-  WriteNative(Home() / "a", "a");
-  Result<File> file = File::Open("c:\\a", OpenMode::Read);
-  ASSERT_TRUE(file.Ok());
-  EXPECT_FALSE(file->WriteAt(0, std::string_view("x")).Ok());
-  EXPECT_FALSE(file->SetLength(0).Ok());
-  EXPECT_EQ(ReadNative(Home() / "a"), "a");
-}
-
-TEST_F(OpenFile, InfoFollowsWhatHappensToTheFile) {
-  WriteNative(Home() / "a", "12345");
-  Result<File> file = File::Open("c:\\a", OpenMode::Existing);
-  ASSERT_TRUE(file.Ok());
-  const FileInfo first = file->Info().Value();
-  EXPECT_EQ(first.size, 5);
-  EXPECT_EQ(first.changeStamp, GetFileInfo("c:\\a")->changeStamp);
-  EXPECT_EQ(file->Device().Value(), first.device);
-  WriteNative(Home() / "a", "123456789");  // by somebody else
-  EXPECT_EQ(file->Info()->size, 9);
-  ASSERT_TRUE(file->WriteAt(9, std::string_view("0")).Ok());
-  EXPECT_EQ(file->Info()->size, 10);
-}
-
-TEST_F(OpenFile, CopiesRangesOfEverySize) {
-  for (const std::size_t size : {0UL, 1UL, 4096UL, 65536UL, 65537UL, 3000001UL}) {
-    const std::string bytes = Bytes(size + 20);
-    WriteNative(Home() / "from", bytes);
-    WriteNative(Home() / "to", "0123456789");
-    const Result<File> from = File::Open("c:\\from", OpenMode::Read);
-    Result<File> to = File::Open("c:\\to", OpenMode::Existing);
-    ASSERT_TRUE(from.Ok() && to.Ok());
-    const CopyOutcome outcome = CopyRange(*from, 7, *to, 5, static_cast<std::int64_t>(size));
-    EXPECT_TRUE(outcome.status.Ok());
-    EXPECT_EQ(outcome.copied, static_cast<std::int64_t>(size));
-    EXPECT_FALSE(outcome.sourceEnded);
-    const std::string expected = "01234" + bytes.substr(7, size) + (size < 5 ? std::string("56789").substr(size) : "");
-    EXPECT_EQ(ReadNative(Home() / "to"), expected) << size;
-  }
-}
-
-TEST_F(OpenFile, CopySaysWhenTheSourceEnds) {
-  for (const std::size_t size : {10UL, 200000UL}) {
-    WriteNative(Home() / "from", Bytes(size));
-    const Result<File> from = File::Open("c:\\from", OpenMode::Read);
-    Result<File> to = File::Open("c:\\to", OpenMode::Truncate);
-    const CopyOutcome outcome = CopyRange(*from, 0, *to, 0, static_cast<std::int64_t>(size) + 100000);
-    EXPECT_TRUE(outcome.status.Ok());
-    EXPECT_TRUE(outcome.sourceEnded);
-    EXPECT_EQ(outcome.copied, static_cast<std::int64_t>(size));
-    EXPECT_EQ(ReadNative(Home() / "to"), Bytes(size));
-  }
-}
-
 TEST_F(OpenFile, CopyGoesBetweenFileSystems) {
   std::string pattern = "/dev/shm/zelkor-test-XXXXXX";
   if (mkdtemp(pattern.data()) == nullptr) GTEST_SKIP() << "no second file system";
@@ -195,19 +122,6 @@ TEST_F(OpenFile, CopyGoesBetweenFileSystems) {
   }
   EXPECT_EQ(ReadNative(Home() / "to"), bytes);
   fs::remove_all(other);
-}
-
-TEST_F(OpenFile, CopyTellsTheDestinationsFailureFromTheSources) {
-  for (const std::size_t size : {10UL, 200000UL}) {
-    WriteNative(Home() / "from", Bytes(size));
-    WriteNative(Home() / "to", "");
-    Result<File> from = File::Open("c:\\from", OpenMode::Existing);
-    Result<File> to = File::Open("c:\\to", OpenMode::Read);  // so it can not be written
-    const CopyOutcome outcome = CopyRange(*from, 0, *to, 0, static_cast<std::int64_t>(size));
-    EXPECT_FALSE(outcome.status.Ok());
-    EXPECT_FALSE(outcome.readFailed);
-    EXPECT_EQ(outcome.copied, 0);
-  }
 }
 
 TEST_F(OpenFile, CountsALimitOnTheSizeOfFilesAsAFullDisk) {

@@ -30,14 +30,19 @@ set(system_sources
 )
 set(system_tests
   posix/channel_test.cpp
+  posix/clock_test.cpp
+  posix/code_page_test.cpp
   posix/disk_full_test.cpp
   posix/file_times_test.cpp
   posix/files_test.cpp
+  posix/locale_dates_test.cpp
   posix/name_lookup_test.cpp
   posix/native_path_test.cpp
   posix/new_file_test.cpp
   posix/open_file_test.cpp
   posix/secret_test.cpp
+  posix/selection_test.cpp
+  posix/settings_file_test.cpp
   posix/shell_test.cpp
   posix/single_copy_test.cpp
 )

@@ -65,7 +65,10 @@ class Talker {
       const windows::DdeString item(instance_, windows::kDdeItem);
       conversation_->SetStage(Open(application, topic, item) ? Conversation::Stage::Open
                                                              : Conversation::Stage::NotFound);
-      windows::PumpMessages(conversation_->wake.Get(), conversation_->ending, [this] { Write(); });
+      windows::PumpMessages(conversation_->wake.Get(), conversation_->ending, kLookMs, [this] {
+        Look();
+        Write();
+      });
       if (talk_ != nullptr) DdeDisconnect(talk_);
     }
     DdeUninitialize(instance_);
@@ -97,8 +100,24 @@ class Talker {
     return DdeClientTransaction(nullptr, 0, talk_, item.Get(), CF_TEXT, XTYP_ADVSTART, kPatienceMs, &result) != nullptr;
   }
 
+  // Not every system tells that a server is gone, above all one that was ended: its window tells.
+  void Look() {
+    CONVINFO info{};
+    info.cb = sizeof info;
+    if (talk_ == nullptr || DdeQueryConvInfo(talk_, QID_SYNC, &info) == 0) return;
+    const bool there = info.hwndPartner == nullptr || IsWindow(info.hwndPartner) != 0;
+    if (there && !farewell_) return;
+    DdeDisconnect(talk_);
+    Closed();
+  }
+
   void Came(HDDEDATA data) {
     std::string text = windows::DdeTextOf(data);
+    if (text == windows::kDdeFarewell) {
+      farewell_ = true;  // not from within the library
+      SetEvent(conversation_->wake.Get());
+      return;
+    }
     std::string bytes = windows::FromPrintable(text);
     {
       const std::lock_guard lock(conversation_->mutex);
@@ -138,11 +157,13 @@ class Talker {
     }
   }
 
+  static constexpr DWORD kLookMs = 250;
   static constexpr DWORD kPatienceMs = static_cast<DWORD>(kChannelPatience.count());
 
   std::shared_ptr<Conversation> conversation_;
   DWORD instance_ = 0;
   HCONV talk_ = nullptr;
+  bool farewell_ = false;
 };
 
 void Talk(const std::shared_ptr<Conversation>& conversation) {

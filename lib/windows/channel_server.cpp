@@ -81,7 +81,7 @@ class Listener {
       item_ = &item;
       desk_.works = DdeNameService(instance_, application.Get(), nullptr, DNS_REGISTER) != nullptr;
       SetEvent(desk_.begun.Get());
-      windows::PumpMessages(desk_.wake.Get(), desk_.ending, [this] { Work(); });
+      windows::PumpMessages(desk_.wake.Get(), desk_.ending, INFINITE, [this] { Work(); });
       DdeNameService(instance_, application.Get(), nullptr, DNS_UNREGISTER);
     }
     DdeUninitialize(instance_);
@@ -155,7 +155,10 @@ class Listener {
       client->texts.pop_front();
       return windows::MakeDdeText(instance_, item_->Get(), text);
     }
-    if (client->out.empty()) return nullptr;
+    if (client->out.empty()) {
+      if (!client->closing) return nullptr;
+      return windows::MakeDdeText(instance_, item_->Get(), windows::kDdeFarewell);
+    }
     std::string bytes = client->out.substr(0, windows::kMostDdeBytes);
     EraseFrontWiped(client->out, bytes.size());
     std::string text = windows::ToPrintable(bytes);
@@ -213,6 +216,14 @@ class Listener {
       if (framed != 0) DdePostAdvise(instance_, topic_->Get(), item_->Get());
     }
     std::vector<HCONV> given;
+    bool farewells = false;
+    {
+      const std::lock_guard lock(desk_.mutex);
+      for (const auto& [id, client] : desk_.clients) {
+        farewells = farewells || (client.closing && client.talk != nullptr && !client.plain);
+      }
+    }
+    if (farewells) DdePostAdvise(instance_, topic_->Get(), item_->Get());
     {
       const std::lock_guard lock(desk_.mutex);
       for (auto& [id, client] : desk_.clients) {

@@ -62,9 +62,9 @@ std::string DdeTextOf(HDDEDATA data) {
   return text;
 }
 
-void PumpMessages(HANDLE wake, const std::atomic<bool>& ending, const std::function<void()>& work) {
+void PumpMessages(HANDLE wake, const std::atomic<bool>& ending, DWORD everyMs, const std::function<void()>& work) {
   while (!ending) {
-    MsgWaitForMultipleObjects(1, &wake, FALSE, INFINITE, QS_ALLINPUT);
+    MsgWaitForMultipleObjects(1, &wake, FALSE, everyMs, QS_ALLINPUT);
     MSG message{};
     while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) != 0) {
       TranslateMessage(&message);

@@ -24,6 +24,9 @@ inline constexpr const char* kDdeItem = "dde";
 // No piece of the stream has more bytes.
 inline constexpr std::size_t kMostDdeBytes = 65536;
 
+// The last text of a server that ends a conversation; no bytes are written so. Not every system tells the client.
+inline constexpr const char* kDdeFarewell = "%";
+
 // The topic of a ProgramDir.
 [[nodiscard]] std::string DdeTopicOf(std::string_view programDir);
 
@@ -55,7 +58,8 @@ class DdeString {
 // A text that came: up to its NUL, and narrow also when the library has made it wide.
 [[nodiscard]] std::string DdeTextOf(HDDEDATA data);
 
-// Handles the messages of the calling thread, and calls `work` each time `wake` is set, until `ending` is true.
-void PumpMessages(HANDLE wake, const std::atomic<bool>& ending, const std::function<void()>& work);
+// Handles the messages of the calling thread, and calls `work` each time `wake` is set or `everyMs` are over, until
+// `ending` is true.
+void PumpMessages(HANDLE wake, const std::atomic<bool>& ending, DWORD everyMs, const std::function<void()>& work);
 
 }  // namespace zelkor::lib::windows

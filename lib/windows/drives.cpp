@@ -8,6 +8,7 @@
 #include "lib/code_page.h"
 #include "lib/paths.h"
 #include "lib/settings.h"
+#include "lib/text.h"
 #include "lib/windows/system.h"
 #include "lib/windows/wide.h"
 
@@ -94,16 +95,24 @@ const Drives& Drives::Current() {
 void Drives::Forget() { Loaded().reset(); }
 
 Drives::Drives() {
-  for (const std::string& key : IniKeys(kSection)) {
-    if (key.size() != 1 || key[0] < 'a' || key[0] > 'z') continue;
-    const std::string directory = GetIniPath(kSection, key);
-    if (directory.empty()) continue;
-    Drive& drive = drives_[IndexOf(key[0])];
+  const auto set = [this](char letter, const std::string& directory) {
+    if (letter < 'a' || letter > 'z' || directory.empty()) return;
+    Drive& drive = drives_[IndexOf(letter)];
+    drive = {};
     if (IsDrivePath(directory) || IsShare(directory)) {
       drive.directory = AbsoluteNative(directory, "");
     } else {
       drive.refused = ", which is no absolute path";
     }
+  };
+  // Set by who keeps several computers apart on one: "c=D:\one\home;m=D:\stick". The settings come before it.
+  const std::string given = Environment("ZELKOR_DRIVES");
+  for (int i = 1; i <= CountOf(given, ";") + 1; ++i) {
+    const std::string_view entry = GetToken(given, ";", i);
+    if (entry.size() > 2 && entry[1] == '=') set(entry[0], std::string(entry.substr(2)));
+  }
+  for (const std::string& key : IniKeys(kSection)) {
+    if (key.size() == 1) set(key[0], GetIniPath(kSection, key));
   }
 }
 

@@ -1,8 +1,10 @@
 #include <array>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <random>
+#include <vector>
 
 #include "lib/windows/drives.h"
 #include "lib/windows/file_info.h"
@@ -49,8 +51,37 @@ Result<std::optional<DWORD>> LookAtOld(const std::wstring& native, std::string_v
   return std::optional(attributes);
 }
 
+// What a rename is asked for by; the compiler's headers have it only for newer systems. Source: Microsoft's
+// FILE_RENAME_INFORMATION and FILE_INFO_BY_HANDLE_CLASS.
+struct RenameRequest {
+  DWORD flags = 0;
+  HANDLE directory = nullptr;
+  DWORD nameBytes = 0;
+  WCHAR name[1] = {};  // NOLINT(modernize-avoid-c-arrays): the system's
+};
+constexpr auto kFileRenameInfoEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(22);
+constexpr DWORD kReplaceIfExists = 1;
+constexpr DWORD kPosixSemantics = 2;
+
+// Renames in place of a file that others may have open, who keep what they have; since Windows 10. False when the
+// system can not.
+bool RenameOverOpenFile(const std::wstring& from, const std::wstring& to) {
+  const OwnedHandle file(CreateFileW(from.c_str(), DELETE | SYNCHRONIZE, windows::kShareAll, nullptr, OPEN_EXISTING,
+                                     FILE_FLAG_OPEN_REPARSE_POINT | FILE_FLAG_WRITE_THROUGH, nullptr));
+  if (!file.IsOpen()) return false;
+  const std::size_t nameBytes = to.size() * sizeof(WCHAR);
+  std::vector<std::uint64_t> buffer((sizeof(RenameRequest) + nameBytes) / sizeof(std::uint64_t) + 1);
+  auto* const request = new (buffer.data()) RenameRequest;
+  request->flags = kReplaceIfExists | kPosixSemantics;
+  request->nameBytes = static_cast<DWORD>(nameBytes);
+  std::memcpy(&request->name[0], to.data(), nameBytes);
+  return SetFileInformationByHandle(file.Get(), kFileRenameInfoEx, request,
+                                    static_cast<DWORD>(sizeof(RenameRequest) + nameBytes)) != 0;
+}
+
 // Renames; 0 or the system's error. What is renamed is on the medium under its new name when this returns.
 DWORD Rename(const std::wstring& from, const std::wstring& to, bool replaces) {
+  if (replaces && RenameOverOpenFile(from, to)) return 0;
   const DWORD flags = MOVEFILE_WRITE_THROUGH | (replaces ? MOVEFILE_REPLACE_EXISTING : 0);
   return MoveFileExW(from.c_str(), to.c_str(), flags) != 0 ? 0 : GetLastError();
 }
@@ -119,7 +150,7 @@ Result<NewFile> NewFile::Create(std::string_view path, Access access) {
   DWORD error = ERROR_FILE_EXISTS;
   for (int i = 0; i < kTries && error == ERROR_FILE_EXISTS; ++i) {
     state->temporary = TemporaryName(directory);
-    file = OwnedHandle(CreateFileW(state->temporary.c_str(), GENERIC_READ | GENERIC_WRITE | DELETE | WRITE_DAC,
+    file = OwnedHandle(CreateFileW(state->temporary.c_str(), GENERIC_READ | GENERIC_WRITE | WRITE_DAC,
                                    windows::kShareAll, &security, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
     error = file.IsOpen() ? 0 : GetLastError();
   }

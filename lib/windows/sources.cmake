@@ -26,4 +26,7 @@ set(system_sources
   windows/wide.cpp
 )
 set(system_tests
+  windows/channel_test.cpp
+  windows/local_offset_test.cpp
+  windows/native_path_test.cpp
 )

@@ -6,34 +6,26 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
-#include <stdlib.h>  // NOLINT(modernize-deprecated-headers): setenv, mkdtemp
 #include <string>
 
 #include "lib/native_path.h"
+#include "tests/support/system.h"
 
 namespace zelkor::tests {
 
 class Sandbox : public testing::Test {
  protected:
   Sandbox() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "zelkor-test-XXXXXX").string();
-    root_ = mkdtemp(pattern.data());
+    root_ = MakeTemporaryFolder();
     for (const char* name : {"home", "config", "program", "run", "tmp"})
       std::filesystem::create_directory(root_ / name);
-    Set("HOME", root_ / "home");
-    Set("XDG_CONFIG_HOME", root_ / "config");
-    Set("ZELKOR_DIR", root_ / "program");
-    Set("TMPDIR", root_ / "tmp");
-    Set("XDG_RUNTIME_DIR", root_ / "run");
-    Set("XDG_CACHE_HOME", root_ / "cache");
+    MoveToComputerIn(root_);
     lib::ForgetDrives();
   }
   ~Sandbox() override {
     std::error_code ignored;
     std::filesystem::remove_all(root_, ignored);
-    unsetenv("TMPDIR");
-    unsetenv("XDG_RUNTIME_DIR");
-    unsetenv("XDG_CACHE_HOME");
+    LeaveComputer();
   }
 
   // The folder, and the home directory, which is drive c.
@@ -46,7 +38,7 @@ class Sandbox : public testing::Test {
 
   // The program's form of a native path, on drive z.
   static std::string OnDriveZ(const std::filesystem::path& path) {
-    std::string text = "z:" + path.string();
+    std::string text = "z:" + (path.root_directory() / path.relative_path()).string();
     for (char& c : text) {
       if (c == '/') c = '\\';
     }
@@ -63,8 +55,6 @@ class Sandbox : public testing::Test {
   }
 
  private:
-  static void Set(const char* name, const std::filesystem::path& value) { setenv(name, value.c_str(), 1); }
-
   std::filesystem::path root_;
 };
 

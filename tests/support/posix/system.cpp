@@ -1,0 +1,28 @@
+#include "tests/support/system.h"
+
+#include <stdlib.h>  // NOLINT(modernize-deprecated-headers): setenv, mkdtemp
+
+namespace zelkor::tests {
+
+void SetVariable(const char* name, const std::string& value) { setenv(name, value.c_str(), 1); }
+void ClearVariable(const char* name) { unsetenv(name); }
+
+std::filesystem::path MakeTemporaryFolder() {
+  std::string pattern = (std::filesystem::temp_directory_path() / "zelkor-test-XXXXXX").string();
+  return mkdtemp(pattern.data());
+}
+
+void MoveToComputerIn(const std::filesystem::path& root) {
+  SetVariable("HOME", root / "home");
+  SetVariable("XDG_CONFIG_HOME", root / "config");
+  SetVariable("ZELKOR_DIR", root / "program");
+  SetVariable("TMPDIR", root / "tmp");
+  SetVariable("XDG_RUNTIME_DIR", root / "run");
+  SetVariable("XDG_CACHE_HOME", root / "cache");
+}
+
+void LeaveComputer() {
+  for (const char* name : {"TMPDIR", "XDG_RUNTIME_DIR", "XDG_CACHE_HOME"}) ClearVariable(name);
+}
+
+}  // namespace zelkor::tests

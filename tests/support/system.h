@@ -1,0 +1,22 @@
+// What tests need of the system beside what lib/ has of it: the environment of one computer in a folder of its own.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace zelkor::tests {
+
+// An environment variable of this process.
+void SetVariable(const char* name, const std::string& value);
+void ClearVariable(const char* name);
+
+// A new empty folder in the system's temporary one.
+[[nodiscard]] std::filesystem::path MakeTemporaryFolder();
+
+// From here on this process is on a computer whose folders home, config, program, run, tmp and cache are in `root`:
+// drive c is its home folder, drive z what `root` is on.
+void MoveToComputerIn(const std::filesystem::path& root);
+// As it was before.
+void LeaveComputer();
+
+}  // namespace zelkor::tests
