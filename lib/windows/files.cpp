@@ -87,6 +87,8 @@ Result<FileInfo> GetFileInfo(std::string_view path) {
   return windows::ToFileInfo(facts);
 }
 
+Result<FileInfo> GetInfoAsSpelled(std::string_view path) { return GetFileInfo(path); }
+
 bool FileExists(std::string_view path) {
   const std::string_view name = Trim(path);
   if (name.empty() || name.back() == '\\') return false;

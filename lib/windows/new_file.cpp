@@ -105,6 +105,24 @@ void TakeOverRights(HANDLE file, const std::wstring& replaced) {
 
 }  // namespace
 
+// The system has no files without a name that could get one later.
+struct UnnamedFile::State {
+  File content;
+};
+
+UnnamedFile::UnnamedFile(std::unique_ptr<State> state) : state_(std::move(state)) {}
+UnnamedFile::UnnamedFile(UnnamedFile&&) noexcept = default;
+UnnamedFile& UnnamedFile::operator=(UnnamedFile&&) noexcept = default;
+UnnamedFile::~UnnamedFile() = default;
+
+Result<UnnamedFile> UnnamedFile::Make(std::string_view path) { return SystemFailure(ERROR_NOT_SUPPORTED, path); }
+
+File& UnnamedFile::Content() { return state_->content; }
+
+Result<NewFile> NewFile::Create(std::string_view path, UnnamedFile /*content*/) {
+  return SystemFailure(ERROR_NOT_SUPPORTED, path);
+}
+
 struct NewFile::State {
   State() = default;
   State(const State&) = delete;

@@ -30,3 +30,4 @@ set(system_tests
   windows/local_offset_test.cpp
   windows/native_path_test.cpp
 )
+set(system_libraries advapi32 shell32 user32 ws2_32)
