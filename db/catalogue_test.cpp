@@ -355,6 +355,18 @@ TEST_F(CatalogueTest, GivesARowWhatItsRecordHolds) {
   EXPECT_EQ(rows.shown[1].importDate, 0);
 }
 
+TEST_F(CatalogueTest, TellsTheRowsOfDeletedItemsFromTheOthers) {
+  OpenWith({{"one", "", 1}, {"two", "", 2}});
+  Data().ReadItem(2);
+  Data().Item().SetNumber(FileRec::kFlags, kItemDeleted);
+  Data().WriteItem(2);
+  ShownRows rows;
+  Catalogue catalogue(Data(), rows, user_);
+  catalogue.FillItemList(kAllItems);
+  EXPECT_FALSE(rows.shown.at(0).deleted);
+  EXPECT_TRUE(rows.shown.at(1).deleted);
+}
+
 TEST_F(CatalogueTest, ShowsRecordValuesOutOfRangeAsTheNearestEnd) {
   OpenWith({{"one", "", 1}});
   Data().ReadItem(1);
