@@ -219,6 +219,9 @@ activate "$main"
 keys alt+f r
 editor=$(window '^Edit - ')
 activate "$editor"
+keys ctrl+f
+typed projects
+keys Return
 shot editor "$editor"
 keys ctrl+w
 gone '^Edit - '
