@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
 #include <iterator>
@@ -9,6 +10,7 @@
 #include <sys/stat.h>
 
 #include "tests/support/bytes.h"
+#include "tests/support/wine.h"
 
 namespace zelkor::tests {
 
@@ -121,18 +123,24 @@ Item DecodeItem(const std::string& bytes) {
   return item;
 }
 
-Computer::Computer(const std::filesystem::path& root, std::string id)
-    : root_(root), id_(std::move(id)), folder_(root / id_) {
+System Computer::UsualSystem() {
+  const char* given = std::getenv("ZELKOR_COMPUTERS");
+  return given != nullptr && std::string(given) == "windows" ? System::Windows : System::Linux;
+}
+
+Computer::Computer(const std::filesystem::path& root, std::string id, System system)
+    : system_(system), root_(root), id_(std::move(id)), folder_(root / id_) {
   for (const char* name : {"home", "config", "program", "run", "tmp"}) {
     std::filesystem::create_directories(folder_ / name);
   }
   std::filesystem::create_directories(root_ / "stick");
   AddSetting("Orlim", "User=" + id_);
-  AddSetting("Drives", "m=" + (root_ / "stick").string());
+  const std::filesystem::path stick = root_ / "stick";
+  AddSetting("Drives", "m=" + (system_ == System::Windows ? WindowsPath(stick) : stick.string()));
 }
 
-Command Computer::MakeCommand(const std::vector<std::string>& arguments, const Options& options) const {
-  std::map<std::string, std::string> variables{
+std::map<std::string, std::string> Computer::LinuxEnvironment() const {
+  return {
       {"HOME", Home().string()},
       {"XDG_CONFIG_HOME", (folder_ / "config").string()},
       {"XDG_RUNTIME_DIR", (folder_ / "run").string()},
@@ -145,6 +153,21 @@ Command Computer::MakeCommand(const std::vector<std::string>& arguments, const O
       {"UBSAN_OPTIONS", "print_stacktrace=1:exitcode=" + std::to_string(kSanitizerStatus)},
       {"LSAN_OPTIONS", "exitcode=" + std::to_string(kSanitizerStatus)},
   };
+}
+
+// Wine keeps the temporary folder of its Windows, whatever it is told; that is on drive y.
+std::map<std::string, std::string> Computer::WindowsEnvironment() const {
+  std::map<std::string, std::string> variables = WineEnvironment();
+  variables["XDG_CONFIG_HOME"] = WindowsPath(folder_ / "config");
+  variables["ZELKOR_DIR"] = WindowsPath(Program());
+  variables["ZELKOR_DRIVES"] = "c=" + WindowsPath(Home()) + ";y=C:\\;z=Z:\\";
+  variables["TZ"] = "UTC";
+  return variables;
+}
+
+Command Computer::MakeCommand(const std::vector<std::string>& arguments, const Options& options) const {
+  const bool windows = system_ == System::Windows;
+  std::map<std::string, std::string> variables = windows ? WindowsEnvironment() : LinuxEnvironment();
   const Faults& faults = options.faults;
   if (faults.killAt != 0) variables["FAULTS_AT"] = std::to_string(faults.killAt);
   if (faults.signal != 0) variables["FAULTS_SIGNAL"] = std::to_string(faults.signal);
@@ -163,8 +186,11 @@ Command Computer::MakeCommand(const std::vector<std::string>& arguments, const O
   for (const auto& [name, value] : options.environment) variables[name] = value;
 
   Command command;
-  command.program = options.program.empty() ? ZELKOR_PROGRAM : options.program;
+  command.program = !options.program.empty() ? options.program : windows ? "/usr/bin/wine" : ZELKOR_PROGRAM;
   command.arguments = arguments;
+  if (windows && options.program.empty()) {
+    command.arguments.insert(command.arguments.begin(), WindowsProgram("app/zelkor.exe"));
+  }
   for (const auto& [name, value] : variables) command.environment.push_back(name + "=" + value);
   command.directory = options.directory.empty() ? Home() : options.directory;
   command.input = options.input;

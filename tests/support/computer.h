@@ -55,11 +55,17 @@ struct Faults {
   bool count = false;
 };
 
+// What the computer runs: the program that was built here, or the one for Windows, under Wine.
+enum class System { Linux, Windows };
+
 class Computer {
  public:
   // `root` holds one folder for each computer, named by its ID. Drive m of the settings is the folder "stick" in
   // `root`, which all of them share; drive c is the home directory.
-  Computer(const std::filesystem::path& root, std::string id);
+  Computer(const std::filesystem::path& root, std::string id, System system = UsualSystem());
+  // Linux, unless the environment has ZELKOR_COMPUTERS=windows: then the tests of the whole program are run for
+  // Windows.
+  [[nodiscard]] static System UsualSystem();
 
   [[nodiscard]] const std::string& Id() const { return id_; }
   [[nodiscard]] const std::filesystem::path& Folder() const { return folder_; }
@@ -123,6 +129,10 @@ class Computer {
   void EnsureDatabase() const;
   [[nodiscard]] std::filesystem::path CountFile() const { return folder_ / "calls"; }
 
+  [[nodiscard]] std::map<std::string, std::string> LinuxEnvironment() const;
+  [[nodiscard]] std::map<std::string, std::string> WindowsEnvironment() const;
+
+  System system_;
   std::filesystem::path root_;
   std::string id_;
   std::filesystem::path folder_;

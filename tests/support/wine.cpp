@@ -1,0 +1,90 @@
+#include "tests/support/wine.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <stdexcept>
+#include <stdlib.h>  // NOLINT(modernize-deprecated-headers): mkdtemp
+
+#include "tests/support/process.h"
+
+namespace zelkor::tests {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr const char* kWine = "/usr/bin/wine";
+
+std::string Given(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? std::string() : value;
+}
+
+// A Windows of this process alone.
+class Windows {
+ public:
+  Windows() : prefix_(Given("WINEPREFIX")) {
+    if (!prefix_.empty()) return;
+    std::string pattern = (fs::temp_directory_path() / "zelkor-wine-XXXXXX").string();
+    const char* made = mkdtemp(pattern.data());
+    if (made == nullptr) throw std::runtime_error("no folder for Wine");
+    own_ = made;
+    prefix_ = own_ / "prefix";
+    Run({"wineboot", "--init"});
+  }
+  ~Windows() {
+    if (own_.empty()) return;
+    Run({"wineserver", "--kill"});
+    std::error_code ignored;
+    fs::remove_all(own_, ignored);
+  }
+  Windows(const Windows&) = delete;
+  Windows& operator=(const Windows&) = delete;
+
+  [[nodiscard]] std::map<std::string, std::string> Environment() const {
+    std::map<std::string, std::string> variables{
+        {"WINEPREFIX", prefix_.string()},
+        {"WINEARCH", "win64"},
+        {"WINEDEBUG", "-all"},
+        {"WINEDLLOVERRIDES", "mscoree,mshtml="},
+        // Wine wants a home folder, and a locale in whose character set the names of files are.
+        {"HOME", own_.empty() ? Given("HOME") : own_.string()},
+        {"PATH", "/usr/bin:/bin"},
+        {"LC_ALL", "C.UTF-8"},
+    };
+    // DDE, and timers, need one.
+    if (const std::string display = Given("DISPLAY"); !display.empty()) variables["DISPLAY"] = display;
+    return variables;
+  }
+
+ private:
+  void Run(const std::vector<std::string>& words) const {
+    Command command;
+    command.program = "/usr/bin/" + words.front();
+    command.arguments.assign(words.begin() + 1, words.end());
+    for (const auto& [name, value] : Environment()) command.environment.push_back(name + "=" + value);
+    static_cast<void>(RunCommand(command));
+  }
+
+  fs::path own_;
+  fs::path prefix_;
+};
+
+}  // namespace
+
+fs::path WindowsProgram(const std::string& name) { return fs::path(ZELKOR_WINDOWS_BUILD) / name; }
+
+bool HasWindowsPrograms() { return fs::exists(kWine) && fs::exists(WindowsProgram("app/zelkor.exe")); }
+
+std::string WindowsPath(const fs::path& path) {
+  std::string text = "Z:" + path.string();
+  std::replace(text.begin(), text.end(), '/', '\\');
+  return text;
+}
+
+std::map<std::string, std::string> WineEnvironment() {
+  static const Windows windows;
+  return windows.Environment();
+}
+
+}  // namespace zelkor::tests
