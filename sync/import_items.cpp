@@ -27,8 +27,6 @@ ItemImporter::ItemImporter(Context& context, ImportMode mode, lib::Date cutoff)
 }
 
 bool ItemImporter::ImportFile(SyncReader& reader) {
-  // A question about each file is answered slowly; there is nothing to hurry for.
-  if (mode_ == ImportMode::Import && !confirmUpdates_) ahead_.emplace(reader.Path(), context_.remap, cutoff_);
   const bool toItsEnd = ImportBlocks(reader);
   ahead_.reset();
   return toItsEnd;
@@ -168,7 +166,7 @@ Decision ItemImporter::TakeFile(SyncReader& reader, const FileHeader& entry, db:
   lib::Result<lib::NewFile> file = WholeFile(reader, entry, localPath);
   if (!file.Ok() && file.Why() == lib::Cause::DiskFull && ahead_) {
     // What was made ahead may be what fills it.
-    ahead_.reset();
+    ahead_->Stop();
     file = WholeFile(reader, entry, localPath);
   }
   lib::Status done = file.Ok() ? lib::Status() : file.Failure();
@@ -188,6 +186,8 @@ Decision ItemImporter::TakeFile(SyncReader& reader, const FileHeader& entry, db:
 
 lib::Result<lib::NewFile> ItemImporter::WholeFile(SyncReader& reader, const FileHeader& entry,
                                                   const std::string& localPath) {
+  // Where nothing is taken nothing is made ahead; and a question about each file leaves no hurry.
+  if (!ahead_ && !confirmUpdates_) ahead_.emplace(reader.Path(), context_.remap, cutoff_);
   if (ahead_) {
     if (std::optional<lib::UnnamedFile> made = ahead_->Take(reader.Position(), localPath)) {
       lib::Result<lib::NewFile> file = lib::NewFile::Create(localPath, *std::move(made));
@@ -206,8 +206,12 @@ lib::Result<lib::NewFile> ItemImporter::WholeFile(SyncReader& reader, const File
 }
 
 void ItemImporter::NoteWritten(const lib::File& file, const std::string& path) {
+  std::string directory = lib::DirectoryPart(path);
+  if (directory == lastWrittenIn_) return;
   const lib::Result<std::uint64_t> device = file.Device();
-  if (device.Ok()) writtenOn_.try_emplace(*device, path);
+  if (!device.Ok()) return;
+  writtenOn_.try_emplace(*device, path);
+  lastWrittenIn_ = std::move(directory);
 }
 
 lib::Status ItemImporter::FlushWritten() const {

@@ -61,6 +61,7 @@ class ItemImporter {
 
   std::optional<ImportAhead> ahead_;                // of the sync file in hand
   std::map<std::uint64_t, std::string> writtenOn_;  // device, and a path on it
+  std::string lastWrittenIn_;                       // the directory last noted
   lib::Progress progress_;
 };
 
