@@ -40,9 +40,13 @@ std::string OneLine(const std::string& text) { return lib::ReplaceAll(lib::Repla
 ConsoleUser::ConsoleUser()
     : terminal_(lib::StandardErrorIsTerminal()), outputShared_(terminal_ && lib::StandardOutputIsTerminal()) {}
 
-ConsoleUser::~ConsoleUser() { DrawProgress({}); }
+ConsoleUser::~ConsoleUser() {
+  WriteLines();
+  DrawProgress({});
+}
 
 void ConsoleUser::Say(const std::string& text) {
+  WriteLines();
   DrawProgress({});
   lib::WriteToStandardError("Zelkor: " + lib::ToUtf8(OneLine(text)) + "\n");
 }
@@ -93,19 +97,29 @@ bool ConsoleUser::WaitFor(const std::string& caption, const std::function<bool()
   const std::string shown = lib::ToUtf8(OneLine(caption));
   bool isDone = done();
   while (!isDone && !Cancelled()) {
+    WriteLines();
     if (terminal_) DrawProgress(shown);
     isDone = done();
   }
+  WriteLines();
   DrawProgress({});
   return isDone;
 }
 
 void ConsoleUser::LogLine(const std::string& line) {
+  lines_ += lib::ToUtf8(line);
+  lines_ += '\n';
+}
+
+void ConsoleUser::WriteLines() {
+  if (lines_.empty()) return;
   if (outputShared_) DrawProgress({});
-  lib::WriteToStandardOutput(lib::ToUtf8(line) + "\n");
+  lib::WriteToStandardOutput(lines_);
+  lines_.clear();
 }
 
 void ConsoleUser::ShowProgress(const lib::Progress& progress) {
+  WriteLines();
   if (!terminal_) return;
   const double now = lib::Stopwatch();
   if (progressStarted_ == 0) progressStarted_ = now;
