@@ -4,6 +4,7 @@
 #include <memory>
 #include <wx/display.h>
 #include <wx/stopwatch.h>
+#include <wx/utils.h>
 
 #include "lib/gui/later.h"
 
@@ -62,23 +63,30 @@ void PlaceBeside(wxWindow& window, const wxTopLevelWindow& other) {
 }
 
 void KeepSizeWhenFramed(wxTopLevelWindow& window) {
-  // What comes later or differs by more is the user's choice, not the frame.
-  constexpr long kFramedWithinMs = 2000;
+  // What comes later or differs by more is the user's choice, not the frame; so is what comes while a button of the
+  // mouse is down. A busy desktop may take its time.
+  constexpr long kFramedWithinMs = 10'000;
   constexpr int kThickestFrame = 64;  // both sides together, in logical pixels
+  // A window manager may tell of its frame more than once, first by a guess.
+  constexpr int kMostTimes = 5;
   struct Wanted {
     wxSize size;
     wxStopWatch sinceShown;
-    bool kept = false;
+    int timesLeft = kMostTimes;
   };
   const auto wanted = std::make_shared<Wanted>(Wanted{.size = window.GetSize(), .sinceShown = {}});
   window.Bind(wxEVT_SIZE, [&window, wanted](wxSizeEvent& event) {
     event.Skip();
-    if (wanted->kept || wanted->sinceShown.Time() > kFramedWithinMs) return;
+    if (wanted->timesLeft == 0 || wanted->sinceShown.Time() > kFramedWithinMs) return;
     if (!window.IsShown() || window.IsMaximized() || window.IsIconized()) return;
+    if (wxGetMouseState().LeftIsDown()) {
+      wanted->timesLeft = 0;
+      return;
+    }
     const wxSize grown = window.GetSize() - wanted->size;
     const int most = window.FromDIP(kThickestFrame);
     if (grown == wxSize() || grown.x < 0 || grown.y < 0 || grown.x > most || grown.y > most) return;
-    wanted->kept = true;
+    --wanted->timesLeft;
     Later(window, [&window, wanted] { window.SetSize(wanted->size); });
   });
 }
