@@ -446,15 +446,21 @@ TEST_F(MwTest, ShowsLongTextsAndAFullListInEveryView) {
 
 TEST_F(MwTest, SelectsAndOpensTilesByMouseAndKeyboard) {
   Start({{"one"}, {"two"}, {"three"}});
-  for (const char key : {'i', 's', 'l'}) {
+  for (const auto& [key, mode] : {std::pair('i', TilesView::Mode::Icons), std::pair('s', TilesView::Mode::SmallIcons),
+                                  std::pair('l', TilesView::Mode::List)}) {
     Menu('V', std::string(1, key));
+    // An open menu would take the click.
+    ASSERT_TRUE(Until([&, wanted = mode] {
+      return Main().Tiles().IsShown() && Main().Tiles().ShownMode() == wanted && !tests::native::MenuIsOpen();
+    }));
+    Settle();
     const wxRect cell = Main().Tiles().ScreenCell(3);
     Click(wxPoint(cell.x + cell.width / 2, cell.y + cell.height / 2));
-    EXPECT_EQ(Row(), 3);
+    EXPECT_TRUE(Until([&] { return Row() == 3; }));
     Press(WXK_HOME);
-    EXPECT_EQ(Row(), 1);
+    EXPECT_TRUE(Until([&] { return Row() == 1; }));
     Press(key == 'l' ? WXK_DOWN : WXK_RIGHT);
-    EXPECT_EQ(Row(), 2);
+    EXPECT_TRUE(Until([&] { return Row() == 2; }));
     EXPECT_EQ(Panel(Panel::ItemNumber), "2 / 3");
   }
   const wxRect cell = Main().Tiles().ScreenCell(1);

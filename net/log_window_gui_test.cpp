@@ -138,8 +138,9 @@ TEST_F(LogWindowTest, CopiesAllByKeysAndByButtons) {
   log_->LogLine("\xe4");  // a with two dots
   Settle();
   Click(*Child(*log_, "Select all"));
+  EXPECT_TRUE(Until([this] { return log_->List().GetSelectedItemCount() == 4; }));
   Click(*Child(*log_, "Copy"));
-  EXPECT_EQ(Clipboard(), "line 1\nline 2\nline 3\n\xe4\n");
+  EXPECT_TRUE(Until([] { return Clipboard() == "line 1\nline 2\nline 3\n\xe4\n"; }));
 }
 
 TEST_F(LogWindowTest, CopiesByTheMenuOfTheRightButton) {
