@@ -93,6 +93,7 @@ class ProgramWithWindows : public GuiTest {
   [[nodiscard]] std::vector<std::string> Listed(int column = 0) {
     Settle();
     std::vector<std::string> texts;
+    texts.reserve(static_cast<std::size_t>(Main().Details().GetItemCount()));
     for (int item = 0; item < Main().Details().GetItemCount(); ++item) {
       texts.push_back(lib::FromWx(Main().Details().GetItemText(item, column)));
     }
