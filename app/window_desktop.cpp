@@ -13,13 +13,7 @@ void WindowDesktop::PlaceBeside(const FormPosition& main, std::int32_t editorHei
   editorHeight_ = editorHeight;
 }
 
-// The window that a dialog belongs to: the one the user works in.
-wxWindow* WindowDesktop::Owner() const {
-  wxWindow* active = wxGetActiveWindow();
-  return active != nullptr ? wxGetTopLevelParent(active) : parent_;
-}
-
-void WindowDesktop::ShowList(lib::ListDialog& dialog) { ShowListDialog(Owner(), dialog, user_, main_); }
+void WindowDesktop::ShowList(lib::ListDialog& dialog) { ShowListDialog(user_.Owner(), dialog, user_, main_); }
 
 void WindowDesktop::EditFile(const std::string& path) {
   editors_.erase(std::remove_if(editors_.begin(), editors_.end(), [](const auto& editor) { return editor == nullptr; }),

@@ -11,14 +11,14 @@
 
 #include "app/edit_kt.h"
 #include "app/form_position.h"
+#include "app/window_user.h"
 #include "lib/desktop.h"
-#include "lib/user.h"
 
 namespace zelkor::app {
 
 class WindowDesktop : public lib::Desktop {
  public:
-  explicit WindowDesktop(lib::User& user) : user_(user) {}
+  explicit WindowDesktop(WindowUser& user) : user_(user) {}
 
   // The main window, once it is there.
   void SetParent(wxWindow* parent) { parent_ = parent; }
@@ -34,9 +34,7 @@ class WindowDesktop : public lib::Desktop {
   bool CloseEditors();
 
  private:
-  [[nodiscard]] wxWindow* Owner() const;
-
-  lib::User& user_;
+  WindowUser& user_;
   wxWindow* parent_ = nullptr;
   std::optional<FormPosition> main_;
   std::int32_t editorHeight_ = 0;

@@ -1,6 +1,7 @@
 #include "app/window_user.h"
 
 #include <wx/app.h>
+#include <wx/dialog.h>
 #include <wx/evtloop.h>
 #include <wx/filedlg.h>
 #include <wx/filename.h>
@@ -19,12 +20,8 @@ namespace {
 constexpr const char* kTitle = "Zelkor";
 // Long loops give the windows a turn after each step; more often than this is only slower.
 constexpr auto kBetweenTurns = std::chrono::milliseconds(15);
-
-// The window that a box belongs to: the one the user works in.
-wxWindow* Owner() {
-  wxWindow* active = wxGetActiveWindow();
-  return active != nullptr ? wxGetTopLevelParent(active) : wxTheApp->GetTopWindow();
-}
+// A box so soon after another goes on with the same matter.
+constexpr auto kBetweenBoxes = std::chrono::milliseconds(500);
 
 long IconStyle(lib::Icon icon) {
   switch (icon) {
@@ -68,6 +65,19 @@ wxString TitleOf(const std::string& title) { return title.empty() ? wxString(kTi
 
 }  // namespace
 
+wxWindow* WindowUser::Owner() {
+  if (owner_ && owner_->IsShown() && std::chrono::steady_clock::now() - answered_ < kBetweenBoxes) return owner_;
+  wxWindow* active = wxGetActiveWindow();
+  owner_ = active != nullptr ? wxGetTopLevelParent(active) : wxTheApp->GetTopWindow();
+  return owner_;
+}
+
+int WindowUser::Show(wxDialog& dialog) {
+  const int answer = dialog.ShowModal();
+  answered_ = std::chrono::steady_clock::now();
+  return answer;
+}
+
 lib::Button WindowUser::Ask(const lib::Box& box) {
   wxMessageDialog dialog(Owner(), Lines(box.text), TitleOf(box.title),
                          ButtonStyle(box.buttons, box.preselected) | IconStyle(box.icon) | wxCENTRE);
@@ -76,7 +86,7 @@ lib::Button WindowUser::Ask(const lib::Box& box) {
   if (box.buttons == lib::Buttons::YesNoCancel) dialog.SetYesNoCancelLabels("&Yes", "&No", "&Cancel");
   if (box.buttons == lib::Buttons::OkCancel) dialog.SetOKCancelLabels("&OK", "&Cancel");
   if (box.buttons == lib::Buttons::Ok) dialog.SetOKLabel("&OK");
-  switch (dialog.ShowModal()) {
+  switch (Show(dialog)) {
     case wxID_YES:
       return lib::Button::Yes;
     case wxID_NO:
@@ -98,7 +108,7 @@ bool WindowUser::Retry(const lib::Box& box) {
 
 std::string WindowUser::Input(const std::string& prompt, const std::string& title, const std::string& preset) {
   wxTextEntryDialog dialog(Owner(), Lines(prompt), TitleOf(title), lib::ToWx(preset));
-  return dialog.ShowModal() == wxID_OK ? lib::FromWx(dialog.GetValue()) : std::string();
+  return Show(dialog) == wxID_OK ? lib::FromWx(dialog.GetValue()) : std::string();
 }
 
 std::string WindowUser::ChooseFile(const std::string& title, const std::string& filter, const std::string& folder) {
@@ -112,7 +122,7 @@ std::string WindowUser::ChooseFile(const std::string& title, const std::string& 
                               ? wxString("All files (*.*)|") + wxFileSelectorDefaultWildcardStr
                               : shown + "|" + shown;
   wxFileDialog dialog(Owner(), TitleOf(title), start, wxString(), choice, wxFD_OPEN | wxFD_FILE_MUST_EXIST);
-  if (dialog.ShowModal() != wxID_OK) return {};
+  if (Show(dialog) != wxID_OK) return {};
   const lib::Result<std::string> path = lib::FromNative(dialog.GetPath().utf8_string());
   if (path.Ok()) return *path;
   Message(path.Failure().Message(), lib::Icon::Critical);
@@ -130,7 +140,10 @@ void WindowUser::PendingEvents() {
 bool WindowUser::Cancelled() const { return runView_ && runView_().Cancelled(); }
 
 bool WindowUser::WaitFor(const std::string& caption, const std::function<bool()>& done) {
-  return done() || net::frmMsg(Owner(), lib::ToWx(caption), done).Wait();
+  if (done()) return true;
+  const bool isDone = net::frmMsg(Owner(), lib::ToWx(caption), done).Wait();
+  answered_ = std::chrono::steady_clock::now();
+  return isDone;
 }
 
 void WindowUser::SetStatus(const std::string& text, bool busy) {

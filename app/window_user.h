@@ -5,9 +5,13 @@
 #include <chrono>
 #include <functional>
 #include <string>
+#include <wx/weakref.h>
+#include <wx/window.h>
 
 #include "lib/run_view.h"
 #include "lib/user.h"
+
+class wxDialog;
 
 namespace zelkor::app {
 
@@ -15,6 +19,10 @@ class WindowUser : public lib::User {
  public:
   // Where runs show; `view` is asked for it at first use, so that the window need not exist before.
   void ShowRunsIn(std::function<lib::RunView&()> view) { runView_ = std::move(view); }
+
+  // The window that a box belongs to: the one the user works in. Behind a box that was just answered that is the same
+  // one, whichever the system makes active for the moment; else the next box could fetch the main window to the front.
+  wxWindow* Owner();
 
   lib::Button Ask(const lib::Box& box) override;
   // Whoever closes a box has answered.
@@ -35,7 +43,11 @@ class WindowUser : public lib::User {
   void EndProgress() override;
 
  private:
+  int Show(wxDialog& dialog);
+
   std::function<lib::RunView&()> runView_;
+  wxWeakRef<wxWindow> owner_;
+  std::chrono::steady_clock::time_point answered_;
   std::chrono::steady_clock::time_point eventsServed_;
 };
 
