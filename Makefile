@@ -10,7 +10,7 @@ SOURCES = $(shell git ls-files '*.cpp' '*.h' '*.c')
 
 .DEFAULT_GOAL := help
 .PHONY: help run test build install deb bench demo screenshots deps format format-check tidy fuzz windows test-windows \
-  installer clean
+  installer windows-screenshots clean
 
 help:
 	@echo "make run           the program; where there is no display the demo, two computers kept in step"
@@ -83,6 +83,12 @@ installer: windows
 test-windows:
 	@cmake/deps.sh test-windows
 	@cmake/windows/test.sh $(JOBS)
+
+windows-screenshots: build
+	@cmake/deps.sh test-windows
+	@cmake/windows/build.sh $(JOBS) 64
+	@cmake --build --preset release -j $(JOBS) --target zelkor_seed
+	@tests/gui/in_display.sh docs/tour/windows.sh build/windows64/programs build/release/demo/zelkor_seed docs/tour
 
 demo: build
 	@cmake --build --preset release -j $(JOBS) --target zelkor_seed

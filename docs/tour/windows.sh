@@ -42,13 +42,15 @@ keys() {
   xdotool key --delay 60 "$@"
   settle
 }
-# shot NAME WINDOW: the window as it is on the screen, with what lies over it.
+# shot NAME WINDOW: the window with its frame, and what lies over it.
 shot() {
-  local x y width height
-  xdotool windowactivate --sync "$2" || true
+  local x y width height extents
   settle
-  eval "$(xdotool getwindowgeometry --shell "$2" | sed -n 's/^\(X\|Y\|WIDTH\|HEIGHT\)=/local \1=/p')"
-  import -window root -crop "${WIDTH}x${HEIGHT}+$X+$Y" +repage -strip +dither -colors 256 "PNG8:$folder/$1.png"
+  read -r -d '' x y width height < <(xwininfo -id "$2" |
+    sed -n 's/.*\(Absolute upper-left [XY]\|Width\|Height\): *//p') || true
+  IFS=', ' read -r -a extents < <(xprop -id "$2" _NET_FRAME_EXTENTS | sed 's/.*= //')
+  import -window root -crop "$((width + extents[0] + extents[1]))x$((height + extents[2] + extents[3]))+$((x - extents[0]))+$((y - extents[2]))" \
+    +repage -strip +dither -colors 256 "PNG8:$folder/$1.png"
 }
 
 wineboot --init >/dev/null 2>&1
@@ -103,7 +105,6 @@ xdotool windowactivate --sync "$main"
 keys alt+f y
 sync=$(window '^Synchroni')
 xdotool windowactivate --sync "$sync"
-keys alt+g Home
 shot windows-sync "$sync"
 keys Escape
 xdotool windowactivate --sync "$main"
