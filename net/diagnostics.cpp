@@ -31,7 +31,10 @@ Outcome Send(sync::Context& context, lib::Result<std::string> command, const std
   if (!command.Ok()) return {.succeeded = false, .message = command.Failure().Message()};
   const lib::WipedAtEnd wiped(*command);
   const bool succeeded = context.link != nullptr && context.link->SendCommand(*command, caption, false) == 0;
-  return {.succeeded = succeeded, .message = succeeded ? std::string() : failure};
+  if (succeeded) return {.succeeded = true, .message = {}};
+  // The other side is not to blame then.
+  const bool gone = context.link != nullptr && context.link->Broken();
+  return {.succeeded = false, .message = gone ? failure + "\r\n\r\nVandry has gone" : failure};
 }
 
 Outcome TestNetwork(sync::Context& context, const TargetRec& target) {

@@ -89,6 +89,32 @@ TEST_F(Diagnostics, UploadATestFileToAServer) {
   EXPECT_THAT(Leftovers(), IsEmpty());
 }
 
+TEST_F(Diagnostics, LeaveNoProgressInTheStatus) {
+  SelectFtp();
+  StartVandry([](FakeVandry& vandry, const std::string&) {
+    vandry.Progress("Sending lap.txt: 52 of 52 bytes");
+    return "OK 52";
+  });
+  targets_.FindTarget("lap", false);
+  TestConnection(context_);
+  EXPECT_THAT(user_.statuses, ElementsAre("Sending lap.txt: 52 of 52 bytes", ""));
+}
+
+// The program's own Vandry is killed while it waits for the other computer.
+TEST_F(Diagnostics, SayThatVandryHasGoneAndWorkWithTheNextOne) {
+  StartVandry([](FakeVandry&, const std::string&) { return std::string(); });
+  targets_.FindTarget("lap", false);
+  user_.onWaiting = [&](const std::string&) { vandry_.reset(); };
+  TestConnection(context_);
+  ExpectOutcome("No reply from target!\r\nIs the target set to accept net connections?\r\n\r\nVandry has gone",
+                lib::Icon::Critical);
+  user_.boxes.clear();
+  user_.onWaiting = {};
+  StartVandry([](FakeVandry&, const std::string&) { return "OK lap"; });
+  TestConnection(context_);
+  ExpectOutcome("Reply received from [lap]", lib::Icon::Information);
+}
+
 TEST_F(Diagnostics, ShowAFailureByTheReplyAloneEvenIfTheFileArrived) {
   SelectFtp();
   StartVandry([](FakeVandry&, const std::string&) { return "Error: transfered, but not renamed"; });

@@ -124,6 +124,7 @@ std::int16_t Link::SendCommand(const std::string& command, const std::string& ca
   const Busy busy(busy_);
   Listen(milliseconds(0));
   taken_ = false;
+  showsProgress_ = false;
   awaited_ = 0;
   text_.clear();
   if (!IsOpen() && StartLink() != 0) {
@@ -136,6 +137,8 @@ std::int16_t Link::SendCommand(const std::string& command, const std::string& ca
   if (!taken) return 1;
   if (text_.empty()) WaitForReply(caption);
   awaited_ = 0;
+  // How far it got says nothing any more.
+  if (std::exchange(showsProgress_, false) && !occupied_.InHand()) user_.SetStatus({}, false);
   return Contains(text_, kSuccess) ? 0 : 1;
 }
 
@@ -258,6 +261,7 @@ void Link::Hear(ChannelEvent event) {
       return;
     case ChannelEvent::Kind::Progress:
       user_.SetStatus(event.text, occupied_.InHand());
+      showsProgress_ = awaited_ != 0;
       return;
     case ChannelEvent::Kind::Closed:
       Drop("Error: Vandry has gone");

@@ -68,6 +68,9 @@ class Link {
   // Unattended there is nobody to press Cancel: every wait ends when nothing has moved for so long. 0: no limit.
   void LimitWaits(std::chrono::seconds limit) { limit_ = limit; }
 
+  // The conversation broke off; the next command opens another.
+  [[nodiscard]] bool Broken() const { return broken_; }
+
  private:
   using Clock = std::chrono::steady_clock;
   struct Message {
@@ -100,6 +103,7 @@ class Link {
   Clock::time_point lastTry_;
   Clock::time_point lastHeard_;
   std::chrono::seconds limit_{0};
+  bool showsProgress_ = false;  // of the command in hand
 
   std::uint32_t lastNumber_ = 0;
   std::uint32_t awaited_ = 0;  // the command whose reply is waited for; 0: none

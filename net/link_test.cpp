@@ -433,7 +433,17 @@ TEST_F(LinkTest, ShowsHowFarSomethingIs) {
     return "OK";
   });
   EXPECT_EQ(Send("one"), 0);
-  EXPECT_THAT(user_.statuses, Contains("Sending to [lap]: 12 kb"));
+  EXPECT_THAT(user_.statuses, ElementsAre("Sending to [lap]: 12 kb", ""));
+}
+
+// What Vandry does by itself has no end that is told of here.
+TEST_F(LinkTest, LeavesTheStatusAloneThatIsNotOfItsCommand) {
+  Run([](FakeVandry&, const std::string&) { return "OK"; });
+  ASSERT_EQ(link_.StartLink(), 0);
+  vandry_->Progress("Sending to [lap]: 12 kb");
+  while (user_.statuses.empty()) link_.TakeMessages();
+  EXPECT_EQ(Send("one"), 0);
+  EXPECT_THAT(user_.statuses, ElementsAre("Sending to [lap]: 12 kb"));
 }
 
 TEST_F(LinkTest, OpensAConversationAnewThatBrokeOff) {
