@@ -54,6 +54,7 @@ void Messages::Process(const std::string& text, const std::function<void()>& han
     SyncSuccessfull(words[1]);
   } else {
     if (name == "NetFailed") NetFailed(words[1], words[2]);
+    if (name == "NetDelayed") NetDelayed(words[2]);
     context_.user.Message(text);
   }
 }
@@ -145,6 +146,11 @@ void Messages::SyncSuccessfull(const std::string& id) {
 void Messages::NetFailed(const std::string& command, const std::string& address) {
   // The file that went there will never be confirmed.
   if (command == "NetFileSend") RunNotes(context_.catalogue.Data().ProgramDir()).ForgetLast(address);
+  NetDelayed(address);
+}
+
+void Messages::NetDelayed(const std::string& address) {
+  // The file is still on its way, so its note stays: else its confirmation would be taken for a later file's.
   if (awaited_ && lib::EqualNoCase(awaited_->address, address)) awaited_->succeeded = false;
 }
 

@@ -50,6 +50,7 @@ class Messages : public sync::NetworkWait {
   void SyncMe(const std::string& requesterId, const std::string& address);
   void SyncSuccessfull(const std::string& id);
   void NetFailed(const std::string& command, const std::string& address);
+  void NetDelayed(const std::string& address);
   bool Await(const std::string& caption);
 
   sync::Context& context_;

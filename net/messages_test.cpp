@@ -335,6 +335,18 @@ TEST_F(MessagesTest, ShowAFailureAndWaitNoLongerForItsConfirmation) {
   EXPECT_EQ(LastExport(), kOld);
 }
 
+// It is still on its way: its confirmation, when it comes, is not the later file's.
+TEST_F(MessagesTest, ShowThatAFileIsLateAndKeepItsDateForItsConfirmation) {
+  ASSERT_TRUE(RunNotes(ProgramDir()).Add("lap", kOld, kNew, "10.0.0.2").Ok());
+  ASSERT_TRUE(RunNotes(ProgramDir()).Add("lap", kOld, kNew + 1, "10.0.0.2").Ok());
+  messages_.ProcessMessage("NetDelayed NetFileSend 10.0.0.2 its disk is full");
+  EXPECT_THAT(user_.Messages(), ElementsAre("NetDelayed NetFileSend 10.0.0.2 its disk is full"));
+  messages_.ProcessMessage("SyncSuccessfull lap");
+  EXPECT_EQ(LastExport(), kNew);
+  messages_.ProcessMessage("SyncSuccessfull lap");
+  EXPECT_EQ(LastExport(), kNew + 1);
+}
+
 TEST_F(MessagesTest, KeepWaitingAfterAFailureOfSomethingElse) {
   ASSERT_TRUE(RunNotes(ProgramDir()).Add("lap", kOld, kNew, "10.0.0.2").Ok());
   messages_.ProcessMessage("NetFailed NetTrans 10.0.0.2 nobody answers");

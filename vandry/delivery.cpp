@@ -123,7 +123,9 @@ void Delivery::Ended(const std::string& ticket, const PeerReply& reply) {
   const std::string what = CommandOf(entry) + " to " + entry.address + (entry.IsFile() ? " for " + entry.targetId : "");
   const bool again =
       !reply.Ok() && reply.worthRepeating && (IsPatient(entry) || attempts.inVain < kAttemptsBeforeTelling);
-  const bool tell = !reply.Ok() && (!again || (!attempts.told && attempts.inVain >= kAttemptsBeforeTelling));
+  // A disk does not become empty by trying again: somebody has to know.
+  const bool worthTelling = attempts.inVain >= kAttemptsBeforeTelling || reply.error == PeerError::NoRoom;
+  const bool tell = !reply.Ok() && (!again || (!attempts.told && worthTelling));
   // Of a confirmation nobody needs to know that it is late.
   const bool silent = again && !entry.IsFile();
   if (attempts.inVain <= 1 || !again) log_.Line(what + (reply.Ok() ? ": done" : ": " + reply.text));
@@ -139,7 +141,7 @@ void Delivery::Ended(const std::string& ticket, const PeerReply& reply) {
     // A failure of another entry says nothing of this one's turn.
     lane.tried = false;
   }
-  if (tell && !silent) failed_(CommandOf(entry), entry.address, reply.text);
+  if (tell && !silent) failed_(CommandOf(entry), entry.address, reply.text, again);
   Go();
   if (changed) changed();
 }

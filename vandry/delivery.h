@@ -21,7 +21,9 @@ namespace zelkor::vandry {
 class Delivery {
  public:
   // A command came to nothing, or to nothing for now: its word, the address and the reason.
-  using Failed = std::function<void(const std::string& command, const std::string& address, const std::string& reason)>;
+  // `goesOn`: it is only late, and will be tried again.
+  using Failed = std::function<void(const std::string& command, const std::string& address, const std::string& reason,
+                                    bool goesOn)>;
 
   Delivery(Loop& loop, Queue& queue, Peers& peers, const Log& log, Failed failed);
   ~Delivery();

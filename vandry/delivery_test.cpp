@@ -47,10 +47,11 @@ class DeliveryTest : public tests::Sandbox {
   FakePeers peers;
   Log log{ProgramDir()};
   std::vector<std::string> failures;
-  Delivery delivery{loop, queue, peers, log,
-                    [this](const std::string& command, const std::string& address, const std::string& reason) {
-                      failures.push_back(command + "|" + address + "|" + reason);
-                    }};
+  Delivery delivery{
+      loop, queue, peers, log,
+      [this](const std::string& command, const std::string& address, const std::string& reason, bool goesOn) {
+        failures.push_back(command + "|" + address + "|" + reason + (goesOn ? "|again" : ""));
+      }};
 };
 
 TEST_F(DeliveryTest, SendsAMessageUnderItsTicketAndForgetsItWhenItArrived) {
@@ -137,6 +138,17 @@ TEST_F(DeliveryTest, KeepsAFileThatDoesNotGoOutAndTellsOnce) {
     ASSERT_THAT(peers.calls, SizeIs(attempt));
     Answer(Unreachable());
     EXPECT_EQ(failures.size(), attempt < 4 ? 0U : 1U);
+    delivery.TryAllNow();
+  }
+  EXPECT_THAT(queue.Entries(), SizeIs(1));
+}
+
+TEST_F(DeliveryTest, TellsOfAFullDiskAtOnceAndOnce) {
+  AddFile("host");
+  for (std::size_t attempt = 1; attempt <= 5; ++attempt) {
+    ASSERT_THAT(peers.calls, SizeIs(attempt));
+    Answer({.error = PeerError::NoRoom, .text = "its disk is full", .worthRepeating = true});
+    EXPECT_THAT(failures, ElementsAre("NetFileSend|host|its disk is full|again"));
     delivery.TryAllNow();
   }
   EXPECT_THAT(queue.Entries(), SizeIs(1));

@@ -74,9 +74,11 @@ lib::Status Program::Open(const PeersFactory& makePeers) {
   if (!peers.Ok()) return peers.Failure();
   server_ = std::move(*server);
   peers_ = std::move(*peers);
-  delivery_ = std::make_unique<Delivery>(loop_, queue_, *peers_, log_,
-                                         [this](const std::string& command, const std::string& address,
-                                                const std::string& reason) { Failed(command, address, reason); });
+  delivery_ = std::make_unique<Delivery>(
+      loop_, queue_, *peers_, log_,
+      [this](const std::string& command, const std::string& address, const std::string& reason, bool goesOn) {
+        Failed(command, address, reason, goesOn);
+      });
   serverWatch_ = loop_.WatchHandle(server_->ReadyHandle(), true, false, [this](Loop::Ready) { Listen(); });
   delivery_->Go();
   return {};
@@ -269,9 +271,9 @@ void Program::StartFtp(const Asker& asker, Command& command) {
   }
 }
 
-void Program::Failed(const std::string& command, const std::string& address, const std::string& reason) {
-  log_.Line(command + " to " + address + " failed: " + reason);
-  const std::string text = QuietText("NetFailed " + command + " " + address + " " + reason);
+void Program::Failed(const std::string& command, const std::string& address, const std::string& reason, bool goesOn) {
+  log_.Line(command + " to " + address + (goesOn ? " will be tried again: " : " failed: ") + reason);
+  const std::string text = QuietText((goesOn ? "NetDelayed " : "NetFailed ") + command + " " + address + " " + reason);
   // For who sent it; another one, later, would not know what it is about.
   if (client_ != 0) server_->Push(client_, pushes_.NextNumber(), text);
 }

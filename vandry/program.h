@@ -58,7 +58,7 @@ class Program : PeerUser {
   [[nodiscard]] std::function<void(const std::string&)> ReplyTo(const Asker& asker);
   [[nodiscard]] std::function<void(const PeerReply&)> PeerReplyTo(const Asker& asker);
   void Handled(std::uint32_t number);
-  void Failed(const std::string& command, const std::string& address, const std::string& reason);
+  void Failed(const std::string& command, const std::string& address, const std::string& reason, bool goesOn = false);
   void EndWhenDone();
   // Makes sure that somebody is at the other end of the link, or will be.
   [[nodiscard]] lib::Status WantProgram();

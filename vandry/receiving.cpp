@@ -276,7 +276,14 @@ void Receiving::Close(const PeerReply& reply) {
 
 void Receiving::Fail(PeerError error, const std::string& why, bool worthRepeating) {
   const PeerReply reply{.error = error, .text = HarmlessText(why), .worthRepeating = worthRepeating};
-  if (current_->connection != nullptr) Stop(*current_->connection, current_->note.key.ticket, reply);
+  if (current_->connection != nullptr) {
+    PeerReply told = reply;
+    // Where this computer keeps what is nobody else's business, and its disk must not be taken for the sender's.
+    const std::string own = "[" + context_.settings().computerId + "]";
+    if (error == PeerError::NoRoom) told.text = "The disk of " + own + " is full";
+    if (error == PeerError::LocalFile) told.text = own + " can not write the file";
+    Stop(*current_->connection, current_->note.key.ticket, told);
+  }
   current_->part.Close();
   // A part that is not continued would only take room away.
   inbox_.DropPart(current_->note.key);

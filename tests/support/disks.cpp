@@ -90,4 +90,18 @@ Faults Drive::NeededFaults() const {
   return faults;
 }
 
+SmallDisk::SmallDisk(std::filesystem::path folder, long bytes) : folder_(std::move(folder)) {
+  if (mount("tmpfs", folder_.c_str(), "tmpfs", 0, ("size=" + std::to_string(bytes)).c_str()) != 0) {
+    throw std::runtime_error("no disk could be mounted");
+  }
+}
+
+SmallDisk::~SmallDisk() { umount2(folder_.c_str(), MNT_DETACH); }
+
+void SmallDisk::FillBut(long bytes) const {
+  MakeRoom();
+  const auto free = static_cast<long>(std::filesystem::space(folder_).available);
+  WriteBytes(folder_ / kFiller, std::string(static_cast<std::size_t>(std::max(0L, free - bytes)), '\0'));
+}
+
 }  // namespace zelkor::tests

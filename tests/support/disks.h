@@ -43,4 +43,21 @@ class Drive {
   std::size_t inserted_ = kNone;
 };
 
+// A file system of its own in a folder, of this many bytes. Needs the mount namespace above; the folder's content is
+// hidden as long as the object lives.
+class SmallDisk {
+ public:
+  SmallDisk(std::filesystem::path folder, long bytes);
+  ~SmallDisk();
+  SmallDisk(const SmallDisk&) = delete;
+  SmallDisk& operator=(const SmallDisk&) = delete;
+  // Takes all the room but this many bytes, or gives it back.
+  void FillBut(long bytes) const;
+  void MakeRoom() const { std::filesystem::remove(folder_ / kFiller); }
+
+ private:
+  static constexpr const char* kFiller = "filler";
+  std::filesystem::path folder_;
+};
+
 }  // namespace zelkor::tests
