@@ -42,6 +42,9 @@ namespace zelkor::lib {
 // Makes a directory the current one of the process.
 [[nodiscard]] Status EnterDirectory(std::string_view directory);
 
+// Whether the system has names of the form \\server\share\….
+[[nodiscard]] bool HasShares();
+
 // True when the path is on a medium that can be taken out: drive a or b, or a device that the system says is removable.
 [[nodiscard]] bool IsRemovable(std::string_view path);
 

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 
+#include "lib/native_path.h"
 #include "lib/text.h"
 
 namespace zelkor::lib {
@@ -58,6 +59,19 @@ bool IsDrivePath(std::string_view path) {
   return path.size() >= 3 && IsAsciiLetter(path[0]) && path[1] == ':' && path[2] == '\\';
 }
 
+std::size_t RootLength(std::string_view path) {
+  if (IsDrivePath(path)) return 3;
+  if (!HasShares() || path.substr(0, 2) != "\\\\") return 0;
+  const std::size_t server = path.find('\\', 2);
+  const std::size_t share = server == std::string_view::npos ? server : path.find('\\', server + 1);
+  if (share == std::string_view::npos) return 0;
+  const auto usable = [&](std::size_t from, std::size_t to) {
+    const std::string_view name = path.substr(from, to - from);
+    return CheckName(name).Ok() && name.find_first_not_of('.') != std::string_view::npos;
+  };
+  return usable(2, server) && usable(server + 1, share) ? share + 1 : 0;
+}
+
 Status CheckName(std::string_view name) {
   if (name.empty()) return {Cause::Refused, "A name in the path is empty"};
   for (const char c : name) {
@@ -86,8 +100,9 @@ bool IsDeviceName(std::string_view name) {
 }
 
 Status CheckPath(std::string_view path) {
-  if (!IsDrivePath(path)) return RefusedPath(path);
-  std::string_view rest = path.substr(3);
+  const std::size_t root = RootLength(path);
+  if (root == 0) return RefusedPath(path);
+  std::string_view rest = path.substr(root);
   while (!rest.empty()) {
     const std::size_t end = rest.find('\\');
     if (Status status = CheckName(rest.substr(0, end)); !status.Ok()) return status;
@@ -97,8 +112,9 @@ Status CheckPath(std::string_view path) {
 }
 
 Status CheckReceivedPath(std::string_view path) {
-  if (!IsDrivePath(path)) return RefusedPath(path);
-  std::string_view rest = path.substr(3);
+  const std::size_t root = RootLength(path);
+  if (root == 0) return RefusedPath(path);
+  std::string_view rest = path.substr(root);
   for (;;) {
     const std::size_t end = rest.find('\\');
     const std::string_view name = rest.substr(0, end);

@@ -2,6 +2,7 @@
 // folders turn them into native paths and back.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -23,15 +24,19 @@ namespace zelkor::lib {
 // True for X:\…, X any letter.
 [[nodiscard]] bool IsDrivePath(std::string_view path);
 
+// How much of a path stands before its first component: "X:\", and "\\server\share\" on a system that has such names
+// (native_path.h). 0 for any other path.
+[[nodiscard]] std::size_t RootLength(std::string_view path);
+
 // Whether the form can carry `name`, one component of a path: refused with a message that says which name and why for
 // an empty name, backslash, colon, *, ?, ", control characters, and a blank at either end.
 [[nodiscard]] Status CheckName(std::string_view name);
 // True for the names that Windows keeps for devices (con, nul, com1 …), with or without an extension.
 [[nodiscard]] bool IsDeviceName(std::string_view name);
-// Whether `path` is X:\… and CheckName takes every component of it; the last one may be missing.
+// Whether `path` has a root and CheckName takes every component of it; the last one may be missing.
 [[nodiscard]] Status CheckPath(std::string_view path);
-// Whether a path that came with a sync file may be written to or read: X:\… only, every component as CheckName wants
-// it, neither "." nor "..", no name of a device (con, nul, com1 … with or without an extension).
+// Whether a path that came with a sync file may be written to or read: it has a root, every component as CheckName
+// wants it, neither "." nor "..", no name of a device (con, nul, com1 … with or without an extension).
 [[nodiscard]] Status CheckReceivedPath(std::string_view path);
 
 }  // namespace zelkor::lib

@@ -83,7 +83,7 @@ TEST(CheckReceivedPath, AcceptsPathsOnADrive) {
 }
 
 TEST(CheckReceivedPath, RefusesPathsWithoutADrive) {
-  for (const char* path : {"", "a.txt", "c:a.txt", "\\a.txt", R"(\\server\share\a)", "/etc/passwd", "cc:\\a"}) {
+  for (const char* path : {"", "a.txt", "c:a.txt", "\\a.txt", "/etc/passwd", "cc:\\a"}) {
     EXPECT_EQ(CheckReceivedPath(path).Why(), Cause::Refused) << path;
   }
 }

@@ -25,7 +25,7 @@ bool IsLeftover(std::string_view name) { return MatchesFileName(name, "~zelkor-?
 // missing.
 Status CheckLine(std::string_view line) {
   std::string path(line);
-  if (IsDrivePath(path)) {
+  if (RootLength(path) != 0) {
     const auto name = path.end() - static_cast<std::ptrdiff_t>(FileNamePart(path).size());
     std::replace_if(
         name, path.end(), [](char c) { return kWildcards.find(c) != std::string_view::npos; }, '_');

@@ -118,6 +118,8 @@ Result<std::string> FindProgramDir() {
   return path;
 }
 
+bool HasShares() { return false; }
+
 bool IsRemovable(std::string_view path) {
   if (IsDrivePath(path) && std::string_view("abAB").find(path[0]) != std::string_view::npos) return true;
   const Result<std::string> native = ToNative(path);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "lib/paths.h"
 #include "tests/support/sandbox.h"
 
 namespace zelkor::lib {
@@ -170,6 +171,11 @@ TEST_F(NativePath, HoldsDrivesAAndBForRemovable) {
   EXPECT_TRUE(IsRemovable("B:\\"));
   EXPECT_FALSE(IsRemovable("z:\\proc\\version")) << "no device holds it";
   EXPECT_FALSE(IsRemovable("q:\\"));
+}
+
+TEST(Shares, AreNoPathsHere) {
+  EXPECT_EQ(RootLength(R"(\\server\share\a)"), 0U);
+  EXPECT_EQ(CheckReceivedPath(R"(\\server\share\a)").Why(), Cause::Refused);
 }
 
 }  // namespace

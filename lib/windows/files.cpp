@@ -134,10 +134,11 @@ Status DeleteFile(std::string_view path) {
 }
 
 bool MakePath(std::string_view path) {
-  if (!IsDrivePath(path)) return false;
+  const std::size_t root = RootLength(path);
+  if (root == 0) return false;
   if (DirectoryExists(path)) return true;
   const std::string whole = SlashPath(path, true);
-  for (std::size_t end = whole.find('\\', 3);; end = whole.find('\\', end + 1)) {
+  for (std::size_t end = whole.find('\\', root);; end = whole.find('\\', end + 1)) {
     const std::string_view level = std::string_view(whole).substr(0, end);
     if (!DirectoryExists(level)) {
       const Result<std::wstring> native = ToSystem(level);

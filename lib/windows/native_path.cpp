@@ -110,6 +110,8 @@ Status EnterDirectory(std::string_view directory) {
   return {Cause::Failed, "Can not enter [" + std::string(directory) + "]: " + why.Message()};
 }
 
+bool HasShares() { return true; }
+
 bool IsRemovable(std::string_view path) {
   if (IsDrivePath(path) && std::string_view("abAB").find(path[0]) != std::string_view::npos) return true;
   const Result<std::string> native = ToNative(path);

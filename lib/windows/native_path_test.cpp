@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "lib/files.h"
+#include "lib/paths.h"
 #include "lib/windows/system.h"
 #include "lib/windows/wide.h"
 #include "tests/support/sandbox.h"
@@ -62,6 +63,16 @@ TEST_F(NativePath, RefusesWhatTheSystemWouldTakeForSomethingElse) {
 TEST_F(NativePath, RefusesWhatTheCodePageLacks) {
   EXPECT_EQ(FromNative("c:\\\xCE\xB1\\b").Failure().Message(),
             "The name \"?\" can not be used: it holds a character outside the code page");
+}
+
+TEST_F(NativePath, OfAShareMayComeWithASyncFile) {
+  EXPECT_EQ(RootLength("\\\\server\\share\\a"), 15U);
+  EXPECT_TRUE(CheckReceivedPath("\\\\server\\share\\dir\\a.txt").Ok());
+  for (const char* path :
+       {"\\\\server", "\\\\server\\share", "\\\\server\\share\\", "\\\\server\\share\\..\\a", "\\\\?\\c:\\a",
+        "\\\\.\\pipe\\a", "\\\\..\\share\\a", "\\\\server\\..\\a", "\\\\\\share\\a", "\\server\\share\\a"}) {
+    EXPECT_EQ(CheckReceivedPath(path).Why(), Cause::Refused) << path;
+  }
 }
 
 TEST_F(NativePath, FollowsADriveToItsDirectory) {

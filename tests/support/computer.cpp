@@ -186,10 +186,13 @@ Command Computer::MakeCommand(const std::vector<std::string>& arguments, const O
   for (const auto& [name, value] : options.environment) variables[name] = value;
 
   Command command;
-  command.program = !options.program.empty() ? options.program : windows ? "/usr/bin/wine" : ZELKOR_PROGRAM;
+  command.program = !options.program.empty() ? options.program
+                    : windows                ? WindowsProgram("app/zelkor.exe")
+                                             : std::filesystem::path(ZELKOR_PROGRAM);
   command.arguments = arguments;
-  if (windows && options.program.empty()) {
-    command.arguments.insert(command.arguments.begin(), WindowsProgram("app/zelkor.exe"));
+  if (windows) {
+    command.arguments.insert(command.arguments.begin(), command.program);
+    command.program = "/usr/bin/wine";
   }
   for (const auto& [name, value] : variables) command.environment.push_back(name + "=" + value);
   command.directory = options.directory.empty() ? Home() : options.directory;

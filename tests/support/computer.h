@@ -82,7 +82,7 @@ class Computer {
     std::chrono::seconds timeLimit{120};
     std::map<std::string, std::string> environment{};  // over or beside the usual one
     std::filesystem::path directory{};                 // where it is started; default: the home directory
-    std::filesystem::path program{};                   // default: the one that was built
+    std::filesystem::path program{};  // default: the one that was built; one for Windows on a computer with Windows
   };
   Outcome Run(const std::vector<std::string>& arguments, const Options& options) const;
   [[nodiscard]] Outcome Run(const std::vector<std::string>& arguments) const { return Run(arguments, Options{}); }

@@ -44,6 +44,8 @@ class RunningProcess {
   // time ends first.
   [[nodiscard]] bool WaitForError(const std::string& text);
   [[nodiscard]] bool WaitForOutput(const std::string& text);
+  // What has been read so far.
+  [[nodiscard]] const std::string& Output() const { return out_; }
   // Waits until the process is stopped by a signal; false when it or the time ends first.
   [[nodiscard]] bool WaitUntilStopped();
   void Write(const std::string& bytes) const;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <memory>
 #include <stdexcept>
 #include <stdlib.h>  // NOLINT(modernize-deprecated-headers): mkdtemp
 
@@ -23,7 +24,8 @@ std::string Given(const char* name) {
 // A Windows of this process alone.
 class Windows {
  public:
-  Windows() : prefix_(Given("WINEPREFIX")) {
+  Windows() : prefix_(Given("WINEPREFIX")), display_(Given("DISPLAY")) {
+    if (display_.empty()) StartDisplay();
     if (!prefix_.empty()) return;
     std::string pattern = (fs::temp_directory_path() / "zelkor-wine-XXXXXX").string();
     const char* made = mkdtemp(pattern.data());
@@ -53,7 +55,7 @@ class Windows {
         {"LC_ALL", "C.UTF-8"},
     };
     // DDE, and timers, need one.
-    if (const std::string display = Given("DISPLAY"); !display.empty()) variables["DISPLAY"] = display;
+    if (!display_.empty()) variables["DISPLAY"] = display_;
     return variables;
   }
 
@@ -66,8 +68,22 @@ class Windows {
     static_cast<void>(RunCommand(command));
   }
 
+  // The server writes the number of the first free display.
+  void StartDisplay() {
+    Command command;
+    command.program = "/usr/bin/Xvfb";
+    command.arguments = {"-displayfd", "1", "-screen", "0", "1280x1024x24", "-nolisten", "tcp", "-noreset"};
+    command.environment = {"PATH=/usr/bin:/bin"};
+    command.timeLimit = std::chrono::hours(2);
+    server_ = std::make_unique<RunningProcess>(command);
+    if (!server_->WaitForOutput("\n")) return;
+    display_ = ":" + server_->Output().substr(0, server_->Output().find('\n'));
+  }
+
   fs::path own_;
   fs::path prefix_;
+  std::string display_;
+  std::unique_ptr<RunningProcess> server_;
 };
 
 }  // namespace

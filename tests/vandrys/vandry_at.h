@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -18,6 +19,7 @@
 #include "tests/support/computer.h"
 #include "tests/support/peer_computers.h"
 #include "tests/support/process.h"
+#include "tests/support/wine.h"
 
 namespace zelkor::tests {
 
@@ -26,8 +28,12 @@ class VandryAt {
   static constexpr std::chrono::seconds kPatience{60};
 
   // `wrapper`: a program and arguments that run it, for example in a network of its own.
-  VandryAt(const std::filesystem::path& root, const std::string& id, std::vector<std::string> wrapper = {})
-      : computer_(root, id), port_(FreePort()), wrapper_(std::move(wrapper)) {
+  VandryAt(const std::filesystem::path& root, const std::string& id, std::vector<std::string> wrapper = {},
+           System system = System::Linux)
+      : computer_(root, id, system),
+        built_(system == System::Windows ? WindowsProgram("vandry/Vandry.exe") : std::filesystem::path(ZELKOR_VANDRY)),
+        port_(FreePort()),
+        wrapper_(std::move(wrapper)) {
     computer_.AddSetting("Vandry", "Port=" + std::to_string(port_));
   }
 
@@ -45,13 +51,28 @@ class VandryAt {
   // The fingerprint as its command line shows it.
   [[nodiscard]] std::string Fingerprint() const {
     std::string text = Run({"--fingerprint"}).out;
-    while (!text.empty() && text.back() == '\n') text.pop_back();
+    while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) text.pop_back();
     return text;
   }
 
   void Start() {
     process_ = computer_.Start(Words({}), RunOptions());
     Connect();
+  }
+  // Where the test can not sit at the local link's other end: it runs once its port takes connections.
+  void StartAlone() {
+    process_ = computer_.Start(Words({}), RunOptions());
+    const auto end = std::chrono::steady_clock::now() + kPatience;
+    bool listens = false;
+    while (!listens && std::chrono::steady_clock::now() < end) {
+      const lib::Result<lib::Socket> socket = lib::StartConnecting(*lib::NumericAddress("127.0.0.1", port_));
+      if (!socket.Ok()) continue;
+      lib::Awaited awaited{.handle = socket->Get(), .wantWrite = true};
+      lib::WaitUntilReady({&awaited, 1}, kSecond);
+      listens = awaited.canWrite && lib::ConnectOutcome(*socket).Ok();
+      if (!listens) std::this_thread::sleep_for(kStep);
+    }
+    ASSERT_TRUE(listens) << "no Vandry came";
   }
   // Without warning.
   void Kill() {
@@ -123,13 +144,13 @@ class VandryAt {
   [[nodiscard]] std::vector<std::string> Words(const std::vector<std::string>& words) const {
     if (wrapper_.empty()) return words;
     std::vector<std::string> all(wrapper_.begin() + 1, wrapper_.end());
-    all.emplace_back(ZELKOR_VANDRY);
+    all.emplace_back(built_);
     all.insert(all.end(), words.begin(), words.end());
     return all;
   }
   [[nodiscard]] Computer::Options RunOptions() const {
     Computer::Options options;
-    options.program = wrapper_.empty() ? ZELKOR_VANDRY : wrapper_.front();
+    options.program = wrapper_.empty() ? built_ : std::filesystem::path(wrapper_.front());
     return options;
   }
   void Step() {
@@ -148,6 +169,7 @@ class VandryAt {
   }
 
   Computer computer_;
+  std::filesystem::path built_;
   std::uint16_t port_;
   std::vector<std::string> wrapper_;
   std::unique_ptr<RunningProcess> process_;
