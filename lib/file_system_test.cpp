@@ -138,6 +138,16 @@ TEST_F(FileSystem, NewFileReplacesTheFileThatHasTheNameInAnotherCase) {
   EXPECT_EQ(std::distance(fs::directory_iterator(Home() / "Docs"), {}), 2);
 }
 
+TEST_F(FileSystem, NewFileOfItsOwnerAloneCanBeReplacedAgainAndAgain) {
+  for (const char* content : {"one", "two", "three"}) {
+    Result<NewFile> file = NewFile::Create("c:\\a.txt", NewFile::Access::OwnerOnly);
+    ASSERT_TRUE(file.Ok()) << file.Failure().Message();
+    ASSERT_TRUE(file->Content().WriteAt(0, std::string_view(content)).Ok());
+    ASSERT_TRUE(file->Replace().Ok());
+    EXPECT_EQ(ReadSmallFile("c:\\a.txt", 100).Value(), content);
+  }
+}
+
 TEST_F(FileSystem, NewFileTakesAFreeNameButNoTakenOne) {
   ASSERT_TRUE(With("c:\\free", "1").TakeFreeName().Ok());
   EXPECT_EQ(ReadNative(Home() / "free"), "1");

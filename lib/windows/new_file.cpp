@@ -24,8 +24,10 @@ using windows::SystemFailure;
 // What a replaced file hands on of its attributes.
 constexpr DWORD kHandedOn = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_ARCHIVE;
 
-// Rights for the file's owner alone, none of them inherited (the security descriptor language: OW is the owner).
-SecurityDescriptor OwnersAlone() { return windows::ParseSecurityDescriptor(L"D:P(A;;FA;;;OW)"); }
+// Rights for this user alone, none of them inherited.
+SecurityDescriptor OwnersAlone() {
+  return windows::ParseSecurityDescriptor(L"D:P(A;;FA;;;" + windows::ThisUser() + L")");
+}
 
 // A name that nothing else uses; whoever meets one after a crash sees whose it was.
 std::wstring TemporaryName(const std::string& directory) {

@@ -18,10 +18,8 @@ struct LocallyFreed {
 using SecurityDescriptor = std::unique_ptr<void, LocallyFreed>;
 
 // From the system's language for them; null when the system refuses it (GetLastError says why).
-inline SecurityDescriptor ParseSecurityDescriptor(const std::wstring& text) {
-  PSECURITY_DESCRIPTOR made = nullptr;
-  ConvertStringSecurityDescriptorToSecurityDescriptorW(text.c_str(), SDDL_REVISION_1, &made, nullptr);
-  return SecurityDescriptor(made);
-}
+[[nodiscard]] SecurityDescriptor ParseSecurityDescriptor(const std::wstring& text);
+// The user of this process, in that language.
+[[nodiscard]] std::wstring ThisUser();
 
 }  // namespace zelkor::lib::windows

@@ -17,6 +17,7 @@ set(system_sources
   windows/read_ahead_file.cpp
   windows/readiness.cpp
   windows/secret.cpp
+  windows/security.cpp
   windows/settings_file.cpp
   windows/shell.cpp
   windows/single_copy.cpp

@@ -27,7 +27,8 @@ class Windows {
   Windows() : prefix_(Given("WINEPREFIX")), display_(Given("DISPLAY")) {
     if (display_.empty()) StartDisplay();
     if (!prefix_.empty()) return;
-    std::string pattern = (fs::temp_directory_path() / "zelkor-wine-XXXXXX").string();
+    // It outlives the test's own computer, whose temporary folder this process may have now.
+    std::string pattern = "/tmp/zelkor-wine-XXXXXX";
     const char* made = mkdtemp(pattern.data());
     if (made == nullptr) throw std::runtime_error("no folder for Wine");
     own_ = made;

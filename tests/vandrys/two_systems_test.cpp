@@ -22,7 +22,7 @@ class TwoSystemsTest : public Sandbox {
     }
     // What waits for a program waits until the test starts it.
     office.OnComputer().AddSetting("Zelkor", "Exe=/bin/true");
-    lap.OnComputer().AddSetting("Zelkor", "Exe=Z:\\nowhere.exe");
+    lap.OnComputer().AddSetting("Zelkor", "Exe=C:\\windows\\system32\\hostname.exe");
     lap.OnComputer().AddSetting("Vandry", "Exe=" + WindowsPath(WindowsProgram("vandry/Vandry.exe")));
     PairByFingerprints(office, lap);
     office.Start();
@@ -51,7 +51,7 @@ TEST_F(TwoSystemsTest, SynchroniseOverTheNetworkBothWays) {
   lap.StartAlone();
 
   ExpectSynchronised(office, lap);
-  EXPECT_EQ(lap.OnComputer().ReadFile("job/plan.bin"), content);
+  EXPECT_TRUE(lap.OnComputer().ReadFile("job/plan.bin") == content) << "byte for byte";
   EXPECT_EQ(lap.OnComputer().FileTime("job/plan.bin"), kSummer);
   EXPECT_TRUE(lap.OnComputer().ItemWithId(101).has_value());
   EXPECT_GT(office.OnComputer().TargetWithId("lap")->lastExport, 0) << "the confirmation stores the date";
