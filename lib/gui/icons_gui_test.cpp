@@ -77,7 +77,7 @@ TEST_F(Icons, StandOutOnWhiteAndOnDarkGround) {
     for (const int size : {16, 24}) {
       const wxImage image = Picture(source.key).GetBitmap(wxSize(size, size)).ConvertToImage();
       for (const double ground : {1.0, kDarkGround}) {
-        EXPECT_GT(Outstanding(image, ground), size * size / 8) << source.key << " " << size << " on " << ground;
+        EXPECT_GT(Outstanding(image, ground), size * size / 11) << source.key << " " << size << " on " << ground;
       }
     }
   }
