@@ -102,7 +102,7 @@ TEST_F(WindowUserTest, TakesAFileThatTheUserChooses) {
   Expect([this](ShownModal& dialog) {
     EXPECT_EQ(dialog.Title(), "File selection");
     Screenshot("choose");
-    Type((Home() / "Docs/readme").c_str());
+    Type((Home() / "Docs/readme").make_preferred().string().c_str());
     Press(WXK_RETURN);
   });
   EXPECT_EQ(user_.ChooseFile("File selection", "*.*", "c:\\Docs\\"), "c:\\Docs\\readme");
@@ -126,7 +126,7 @@ TEST_F(WindowUserTest, TakesNoFileOnCancel) {
 TEST_F(WindowUserTest, SaysWhyAChosenFileCanNotBeUsed) {
   WriteNative(Home() / "a:b", "");
   Expect([this](ShownModal&) {
-    Type((Home() / "a:b").c_str());
+    Type((Home() / "a:b").string().c_str());
     Press(WXK_RETURN);
   });
   Expect([](ShownModal& box) {

@@ -9,13 +9,6 @@ cmake/windows/build.sh "$jobs" 64
 cmake --build --preset windows64 -j "$jobs" --target windows_tests
 packaging/windows/installer.sh 64
 
-# One Windows for all, which starts once.
-own=$(mktemp -d "${TMPDIR:-/tmp}/zelkor-windows-XXXXXX")
-export WINEPREFIX=$own/prefix HOME=$own
-trap 'status=$?; wineserver --kill 2>/dev/null || true; rm -rf "$own"; exit "$status"' EXIT
-export WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
-wineboot --init >/dev/null 2>&1
-
 report=build/windows64/tests.xml
 rm -f "$report"
 # The status of ctest is not enough: it is 0 too when there was nothing to run.

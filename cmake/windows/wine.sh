@@ -1,11 +1,15 @@
 #!/bin/bash
-# Runs a program for Windows under Wine: wine.sh PROGRAM WORD... Its status is the program's. The Windows is the one of
-# WINEPREFIX, or a new one that goes with the program; so is the display when there is none.
+# Runs a program for Windows under Wine: wine.sh PROGRAM WORD... Its status is the program's. Without a display it gets one
+# of its own, and a new Windows with it, since a running one belongs to its display; otherwise the one of WINEPREFIX is
+# taken when it is set.
 set -euo pipefail
 here=$(dirname "$(readlink -f "$0")")
 
 export WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-mscoree,mshtml=} WINEARCH=win64
-if [ -z "${DISPLAY:-}" ]; then exec "$here/../../tests/gui/in_display.sh" "$0" "$@"; fi
+if [ -z "${DISPLAY:-}" ]; then
+  unset WINEPREFIX
+  exec "$here/../../tests/gui/in_display.sh" "$0" "$@"
+fi
 
 if [ -n "${WINEPREFIX:-}" ]; then exec wine "$@"; fi
 

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
+#include <filesystem>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
@@ -13,13 +14,21 @@
 #include "lib/native_path.h"
 #include "lib/paths.h"
 #include "lib/posix/descriptor.h"
+#include "lib/posix/drives.h"
 #include "lib/posix/system_error.h"
-#include "lib/posix/viewing.h"
+#include "lib/viewing.h"
 
 namespace zelkor::lib {
 namespace {
 
 constexpr const char* kOpener = "xdg-open";
+
+std::filesystem::path CacheFolder() {
+  const std::string given = posix::Environment("XDG_CACHE_HOME");
+  const std::filesystem::path caches =
+      !given.empty() && given.front() == '/' ? given : posix::HomeDirectory() + "/.cache";
+  return caches / "zelkor";
+}
 
 // In the grandchild: only calls that are safe after a fork. Returns when the program can not be started.
 void Become(const char* directory, char* const* arguments, char* const* environment) {
@@ -91,7 +100,7 @@ void ShellOpen(std::string_view document, ShowMode /*mode*/) {
   if (IsDrivePath(document)) {
     const Result<std::string> native = ToNative(document);
     if (!native.Ok()) return;
-    target = posix::NameForViewer(*native);
+    target = NameForViewer(*native, CacheFolder());
   }
   // A first character "-" would make it an option.
   if (target.empty() || target.front() == '-') return;

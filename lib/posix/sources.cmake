@@ -26,7 +26,6 @@ set(system_sources
   posix/sockets.cpp
   posix/system_error.cpp
   posix/terminal.cpp
-  posix/viewing.cpp
 )
 set(system_tests
   posix/channel_test.cpp

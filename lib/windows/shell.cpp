@@ -1,8 +1,11 @@
 #include "lib/shell.h"
 
+#include <filesystem>
+
 #include "lib/code_page.h"
 #include "lib/native_path.h"
 #include "lib/paths.h"
+#include "lib/viewing.h"
 #include "lib/windows/handle.h"
 #include "lib/windows/system_error.h"
 #include "lib/windows/wide.h"
@@ -62,7 +65,9 @@ void ShellOpen(std::string_view document, ShowMode mode) {
   if (IsDrivePath(document)) {
     const Result<std::string> native = ToNative(document);
     if (!native.Ok()) return;
-    target = *native;
+    // The system knows a web page by the end of its name, too, and its own help files no longer.
+    const wchar_t* folder = _wgetenv(L"LOCALAPPDATA");
+    target = folder == nullptr ? *native : NameForViewer(*native, std::filesystem::path(folder) / "zelkor");
   }
   if (target.empty()) return;
   // Wide only for what the system's code page lacks.

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <bit>
+#include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <ctime>
@@ -53,14 +54,8 @@ inline std::string TakeText(std::string_view bytes, std::size_t offset, std::siz
 
 // Unix seconds of a calendar time in UTC, in which the computers of the tests live unless they say otherwise.
 inline std::time_t At(int year, int month, int day, int hour = 0, int minute = 0, int second = 0) {
-  std::tm parts{};
-  parts.tm_year = year - 1900;
-  parts.tm_mon = month - 1;
-  parts.tm_mday = day;
-  parts.tm_hour = hour;
-  parts.tm_min = minute;
-  parts.tm_sec = second;
-  return timegm(&parts);
+  const std::chrono::sys_days days{std::chrono::year(year) / month / day};
+  return std::chrono::system_clock::to_time_t(days) + (hour * 60 + minute) * 60 + second;
 }
 // Days since 30 December 1899, of which 1 January 1970 is number 25569; and back, to the nearest second.
 inline double DateOf(std::time_t seconds) { return 25569.0 + static_cast<double>(seconds) / 86400.0; }

@@ -132,6 +132,8 @@ std::vector<void*> ModalWindows() {
 
 bool IsActive(void* window) { return GetForegroundWindow() == Handle(window); }
 
+bool IsOnScreen(void* window) { return IsWindowVisible(Handle(window)) != 0; }
+
 void Close(void* window) { PostMessageW(Handle(window), WM_CLOSE, 0, 0); }
 
 std::string Title(void* window) { return Utf8(TextOf(Handle(window))); }

@@ -18,6 +18,7 @@
 #include "tests/support/golden_database.h"
 #include "tests/support/gui_testing.h"
 #include "tests/support/native_windows.h"
+#include "tests/support/system.h"
 
 namespace zelkor::tests {
 
@@ -121,13 +122,7 @@ class ProgramWithWindows : public GuiTest {
   }
 
   // Has the programs of the desktop be one that writes its argument to a file.
-  void CatchOpenedDocuments() const {
-    const std::filesystem::path folder = Root() / "bin";
-    WriteNative(folder / "xdg-open", "#!/bin/sh\nprintf %s \"$1\" >" + (Root() / "part").string() + "\nmv " +
-                                         (Root() / "part").string() + " " + (Root() / "opened").string() + "\n");
-    std::filesystem::permissions(folder / "xdg-open", std::filesystem::perms::owner_all);
-    setenv("PATH", (folder.string() + ":" + std::getenv("PATH")).c_str(), 1);
-  }
+  void CatchOpenedDocuments() const { tests::CatchOpenedDocuments(Root() / "bin", Root() / "opened"); }
   [[nodiscard]] std::string OpenedDocument() const {
     Until([this] { return std::filesystem::exists(Root() / "opened"); }, "a document to be opened");
     return ReadNative(Root() / "opened");

@@ -19,4 +19,8 @@ void MoveToComputerIn(const std::filesystem::path& root);
 // As it was before.
 void LeaveComputer();
 
+// From here on a document that is opened, and an address, are written to the file `opened` instead, once and whole.
+// `programs` is a folder for what does so.
+void CatchOpenedDocuments(const std::filesystem::path& programs, const std::filesystem::path& opened);
+
 }  // namespace zelkor::tests

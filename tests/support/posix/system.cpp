@@ -1,5 +1,6 @@
 #include "tests/support/system.h"
 
+#include <fstream>
 #include <stdlib.h>  // NOLINT(modernize-deprecated-headers): setenv, mkdtemp
 
 namespace zelkor::tests {
@@ -23,6 +24,16 @@ void MoveToComputerIn(const std::filesystem::path& root) {
 
 void LeaveComputer() {
   for (const char* name : {"TMPDIR", "XDG_RUNTIME_DIR", "XDG_CACHE_HOME"}) ClearVariable(name);
+}
+
+void CatchOpenedDocuments(const std::filesystem::path& programs, const std::filesystem::path& opened) {
+  namespace fs = std::filesystem;
+  fs::create_directories(programs);
+  const std::string part = opened.string() + ".part";
+  std::ofstream(programs / "xdg-open") << "#!/bin/sh\nprintf %s \"$1\" >" << part << "\nmv " << part << " "
+                                       << opened.string() << "\n";
+  fs::permissions(programs / "xdg-open", fs::perms::owner_all);
+  SetVariable("PATH", programs.string() + ":" + std::getenv("PATH"));
 }
 
 }  // namespace zelkor::tests

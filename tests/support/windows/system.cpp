@@ -1,7 +1,10 @@
 #include "tests/support/system.h"
 
+#include <fstream>
 #include <random>
 #include <stdlib.h>  // NOLINT(modernize-deprecated-headers): _putenv_s
+#include <string>
+#include <windows.h>
 
 namespace zelkor::tests {
 
@@ -25,8 +28,25 @@ void MoveToComputerIn(const fs::path& root) {
   SetVariable("XDG_CONFIG_HOME", (root / "config").string());
   SetVariable("ZELKOR_DIR", (root / "program").string());
   SetVariable("TMP", (root / "tmp").string());
+  SetVariable("LOCALAPPDATA", (root / "cache").string());
 }
 
 void LeaveComputer() { ClearVariable("ZELKOR_DRIVES"); }
+
+void CatchOpenedDocuments(const fs::path& programs, const fs::path& opened) {
+  // The system's own command interpreter writes the name that it gets; what opens web pages and addresses is the user's
+  // choice.
+  fs::create_directories(programs);
+  const fs::path script = programs / "open.bat";
+  const std::string part = opened.string() + ".part";
+  std::ofstream(script) << "@<nul set /p=%~1>" << part << "\r\n@move /y " << part << " " << opened.string()
+                        << " >nul\r\n";
+  const std::string command = "cmd.exe /c " + script.string() + " \"%1\"";
+  for (const char* kind : {"http", ".html", "htmlfile"}) {
+    const std::string key = std::string("Software\\Classes\\") + kind + "\\shell\\open\\command";
+    RegSetKeyValueA(HKEY_CURRENT_USER, key.c_str(), nullptr, REG_SZ, command.c_str(),
+                    static_cast<DWORD>(command.size() + 1));
+  }
+}
 
 }  // namespace zelkor::tests
