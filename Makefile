@@ -24,7 +24,7 @@ help:
 	@echo "make test-windows  the tests of the 64-bit program, under Wine"
 	@echo "make demo          two computers on this machine, kept in step by files, network and FTP;"
 	@echo "                   KEEP=1 leaves their folders"
-	@echo "make screenshots   the pictures of docs/tour.md, taken from the program"
+	@echo "make screenshots   the pictures of docs/tour.md and network.md, taken from the program"
 	@echo "make bench         speed beside tar, cp, rsync and unison; writes docs/performance.md"
 	@echo "                   and, of the network beside rsync over ssh, docs/network_speed.md"
 	@echo "                   (MEDIUM=FOLDER: on that file system, not in memory)"
@@ -102,6 +102,7 @@ screenshots: build
 	  ZELKOR_THEME=$$theme tests/gui/in_display.sh docs/tour/screenshots.sh \
 	    build/zelkor build/release/demo/zelkor_seed docs/tour || exit 1; \
 	done
+	@tests/gui/in_display.sh docs/tour/pairing.sh build/vandry docs/tour
 	@ls -l docs/tour/*.png | awk '{ if ($$5 > 200000) { print $$9 " is over 200 kB"; bad = 1 } } END { exit bad }'
 
 bench: build

@@ -22,7 +22,7 @@ for job in "$@"; do
     build | demo) packages="$packages $build" ;;
     run) packages="$packages $build xdg-utils" ;;
     install) packages="$packages $build $pictures" ;;
-    screenshots) packages="$packages $build $display xdotool imagemagick" ;;
+    screenshots) packages="$packages $build $display xdotool imagemagick xterm" ;;
     deb) packages="$packages $build $pictures debhelper dpkg-dev lintian" ;;
     test | bench)
       # tar, cp and sync are essential packages; mount and mkfs.ext4 are used only when root runs the benchmarks.
