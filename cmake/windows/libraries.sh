@@ -18,7 +18,7 @@ fi
 triple=${1:?"a triple is missing"}
 case $triple in
   x86_64-w64-mingw32) toolchain=$here/x86_64.cmake openssl_target=mingw64 ;;
-  i686-w64-mingw32) toolchain=$here/i686.cmake openssl_target=mingw ;;
+  i686-w64-mingw32) toolchain=$here/i686.cmake openssl_target="mingw no-asm" ;;
   *) echo "libraries.sh: unknown triple: $triple" >&2; exit 2 ;;
 esac
 cache=${ZELKOR_WINDOWS_CACHE:-$HOME/.cache/zelkor-windows}
@@ -40,7 +40,7 @@ make_wxwidgets() {
   mkdir out
   cd out
   ../configure --prefix="$1" --host="$triple" --build="$(../config.guess)" --with-msw --disable-shared \
-    --with-dpi=per-monitor --disable-precomp-headers --disable-dependency-tracking --disable-option-checking \
+    --with-dpi=per-monitor --enable-precomp-headers --enable-pch --disable-dependency-tracking --disable-option-checking \
     --without-libpng --without-libjpeg --without-libtiff --without-zlib --without-expat --without-regex \
     --without-liblzma --without-opengl --without-winhttp --with-nanosvg \
     --disable-xrc --disable-html --disable-htmlhelp --disable-mshtmlhelp --disable-help --disable-aui \
@@ -56,11 +56,12 @@ make_wxwidgets() {
   make install
 }
 
-# TLS and what certificates need of the rest. Neither settings nor modules are read from a folder; the one that the library
-# would name, from the root of the present drive, is where only the system may write, and no folder of ours.
+# TLS and what certificates need of the rest; in 32-bit without assembler code, which mingw's assembler does not take.
+# Neither settings nor modules are read from a folder; the one that the library would name, from the root of the present
+# drive, is where only the system may write, and no folder of ours.
 make_openssl() {
   CC="$triple-gcc-posix" AR="$triple-ar" RANLIB="$triple-ranlib" RC="$triple-windres" WINDRES="$triple-windres" \
-    perl ./Configure "$openssl_target" --prefix=/Windows/System32/none --libdir=lib \
+    perl ./Configure $openssl_target --prefix=/Windows/System32/none --libdir=lib \
     --openssldir=/Windows/System32/none/ssl \
     no-shared no-dso no-module no-engine no-dynamic-engine no-tests no-legacy no-async no-autoload-config \
     no-cms no-cmp no-ts no-ct no-srp no-psk no-gost no-idea no-seed no-camellia no-aria no-bf no-cast no-rc2 \
