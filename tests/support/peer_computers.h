@@ -138,14 +138,14 @@ class PeerComputers : public Sandbox {
   }
   std::shared_ptr<Pending> StartSending(PeerComputer& from, const std::string& address, const std::string& target,
                                         const std::string& path, const std::string& ticket = "f1") {
-    const auto pending = std::make_shared<Pending>();
+    auto pending = std::make_shared<Pending>();
     from.peers->SendFile(
         {.ticket = ticket, .address = address, .ownId = from.settings.computerId, .targetId = target, .path = path},
         Into(pending));
     return pending;
   }
   static std::shared_ptr<Pending> StartReceiving(PeerComputer& at, const std::string& path) {
-    const auto pending = std::make_shared<Pending>();
+    auto pending = std::make_shared<Pending>();
     at.peers->ReceiveFile(path, Into(pending));
     return pending;
   }
