@@ -1,14 +1,14 @@
 // An item dialog without a window over a real database, for tests of item editing.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <ctime>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <optional>
 #include <string>
-#include <utime.h>
 #include <vector>
 
 #include "db/item_editing.h"
@@ -83,7 +83,7 @@ inline std::string RecordOf(const Given& item) {
 
 class ItemEditingTest : public tests::DatabaseFixture {
  protected:
-  ItemEditingTest() { setenv("TZ", "UTC", 1), tzset(); }
+  ItemEditingTest() { tests::MoveToZone("UTC"); }
 
   void OpenWith(const std::vector<Given>& items) {
     std::string bytes;
@@ -127,8 +127,8 @@ class ItemEditingTest : public tests::DatabaseFixture {
   void WriteFile(const std::string& name, const std::string& content, std::time_t written = 0) const {
     WriteNative(Home() / name, content);
     if (written == 0) return;
-    const utimbuf times{written, written};
-    utime((Home() / name).c_str(), &times);
+    const std::chrono::sys_seconds moment{std::chrono::seconds(written)};
+    std::filesystem::last_write_time(Home() / name, std::chrono::file_clock::from_sys(moment));
   }
 
   MemoryRows rows_;

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <string>
 
+#include "lib/files.h"
 #include "lib/run_time_error.h"
 #include "tests/support/sandbox.h"
 #include "tests/support/scripted_user.h"
@@ -164,7 +165,7 @@ TEST_F(Remap, SurvivesContentThatIsNoText) {
 
 TEST_F(Remap, RefusesAFileThatIsTooLargeToBeATable) {
   WriteNative(File(), "");
-  std::filesystem::resize_file(File(), std::uintmax_t{100} << 30);
+  ASSERT_TRUE(lib::File::Open(OnDriveZ(File()), lib::OpenMode::Existing)->SetLength(std::int64_t{100} << 30).Ok());
   table_.LoadRemapTable(ProgramDir(), user_);
   EXPECT_EQ(table_.Count(), 0U);
   ASSERT_EQ(user_.boxes.size(), 1U);

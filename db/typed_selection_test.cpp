@@ -34,6 +34,7 @@ TEST_F(TypedSelectionTest, LeavesOutBlankLinesAndBlanksAroundALine) {
 }
 
 TEST_F(TypedSelectionTest, TurnsANativePathIntoTheForm) {
+  if (tests::NativePathsAreTheForm()) GTEST_SKIP() << "what is native is the form already";
   const TypedSelection typed = TakeTyped((Home() / "Docs/Plan.txt").string() + "\nc:\\other.txt");
   EXPECT_EQ(typed.selection, "c:\\Docs\\Plan.txt\r\nc:\\other.txt");
   EXPECT_EQ(typed.utf8, typed.selection);
@@ -41,15 +42,18 @@ TEST_F(TypedSelectionTest, TurnsANativePathIntoTheForm) {
 }
 
 TEST_F(TypedSelectionTest, KeepsTheWildcardsOfANativePath) {
+  if (tests::NativePathsAreTheForm()) GTEST_SKIP() << "what is native is the form already";
   EXPECT_EQ(TakeTyped((Home() / "Docs/*.t?t").string()).selection, "c:\\Docs\\*.t?t");
   EXPECT_EQ(TakeTyped("/*.txt").selection, "z:\\*.txt");
 }
 
 TEST_F(TypedSelectionTest, KeepsTheMarkerForSubdirectoriesBeforeANativePath) {
+  if (tests::NativePathsAreTheForm()) GTEST_SKIP() << "what is native is the form already";
   EXPECT_EQ(TakeTyped("+- " + (Home() / "Docs/*.*").string()).selection, "+- c:\\Docs\\*.*");
 }
 
 TEST_F(TypedSelectionTest, StoresCharactersInTheCodePage) {
+  if (tests::NativePathsAreTheForm()) GTEST_SKIP() << "what is native is the form already";
   const TypedSelection typed = TakeTyped(
       "c:\\Gr\xC3\xBC\xC3\x9F"
       "e.txt\n" +
@@ -70,6 +74,7 @@ TEST_F(TypedSelectionTest, NamesALineWithACharacterOutsideTheCodePageAndLeavesIt
 }
 
 TEST_F(TypedSelectionTest, KeepsANativePathThatTheFormCanNotCarryAsTypedAndSaysWhy) {
+  if (tests::NativePathsAreTheForm()) GTEST_SKIP() << "what is native is the form already";
   const std::string native = (Home() / "a:b.txt").string();
   const TypedSelection typed = TakeTyped(native);
   EXPECT_EQ(typed.selection, native);

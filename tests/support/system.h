@@ -10,6 +10,16 @@ namespace zelkor::tests {
 void SetVariable(const char* name, const std::string& value);
 void ClearVariable(const char* name);
 
+// From here on the process is in the zone of that name. False where only the whole system can be moved; tests for which
+// that matters are run there in UTC.
+bool MoveToZone(const char* zone);
+
+// Whether files have modes: rights of their owner, their group and everybody.
+[[nodiscard]] bool HasModes();
+
+// Whether the system's own paths are of the program's form already.
+[[nodiscard]] bool NativePathsAreTheForm();
+
 // A new empty folder in the system's temporary one.
 [[nodiscard]] std::filesystem::path MakeTemporaryFolder();
 

@@ -2,11 +2,21 @@
 
 #include <fstream>
 #include <stdlib.h>  // NOLINT(modernize-deprecated-headers): setenv, mkdtemp
+#include <time.h>    // NOLINT(modernize-deprecated-headers): tzset
 
 namespace zelkor::tests {
 
 void SetVariable(const char* name, const std::string& value) { setenv(name, value.c_str(), 1); }
 void ClearVariable(const char* name) { unsetenv(name); }
+
+bool MoveToZone(const char* zone) {
+  SetVariable("TZ", zone);
+  tzset();
+  return true;
+}
+
+bool NativePathsAreTheForm() { return false; }
+bool HasModes() { return true; }
 
 std::filesystem::path MakeTemporaryFolder() {
   std::string pattern = (std::filesystem::temp_directory_path() / "zelkor-test-XXXXXX").string();

@@ -13,6 +13,11 @@ namespace fs = std::filesystem;
 void SetVariable(const char* name, const std::string& value) { _putenv_s(name, value.c_str()); }
 void ClearVariable(const char* name) { _putenv_s(name, ""); }
 
+bool MoveToZone(const char* /*zone*/) { return false; }
+
+bool NativePathsAreTheForm() { return true; }
+bool HasModes() { return false; }
+
 fs::path MakeTemporaryFolder() {
   static const fs::path above = fs::temp_directory_path();  // before a computer of its own has another
   std::random_device random;
