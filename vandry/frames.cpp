@@ -76,7 +76,7 @@ std::optional<Frame> FrameReader::Next() {
   const char* header = buffer_.data() + from_;
   const auto number = static_cast<std::uint8_t>(header[0]);
   const auto kind = static_cast<FrameKind>(number);
-  const std::size_t length = GetNumber(header + 1, 4);
+  const auto length = static_cast<std::size_t>(GetNumber(header + 1, 4));  // of four bytes
   if (number == 0 || number > kLastFrameKind || (kind == FrameKind::Data && !pieces_) || length > MostContent(kind)) {
     broken_ = true;
     return std::nullopt;
