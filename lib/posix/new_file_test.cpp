@@ -80,7 +80,10 @@ TEST_F(NewFileTest, KeepsTheModeAndOwnerOfAReplacedFile) {
   }
 }
 
-TEST_F(NewFileTest, TakesOverAContentThatWasMadeAhead) {
+// Where files can be without a name.
+class FileMadeAhead : public NewFileTest {};
+
+TEST_F(FileMadeAhead, TakesOverAContentThatWasMadeAhead) {
   WriteNative(Home() / "old", "old");
   fs::permissions(Home() / "old", fs::perms(0640));
   for (const std::string path : {"c:\\OLD", "c:\\new"}) {
@@ -98,14 +101,14 @@ TEST_F(NewFileTest, TakesOverAContentThatWasMadeAhead) {
   EXPECT_EQ(NamesInHome(), 2);
 }
 
-TEST_F(NewFileTest, TakesOverNoContentOfAnotherDirectory) {
+TEST_F(FileMadeAhead, TakesOverNoContentOfAnotherDirectory) {
   fs::create_directory(Home() / "in");
   Result<UnnamedFile> ahead = UnnamedFile::Make("c:\\in\\a");
   ASSERT_TRUE(ahead.Ok());
   EXPECT_FALSE(NewFile::Create("c:\\a", std::move(*ahead)).Ok());
 }
 
-TEST_F(NewFileTest, GivesAContentMadeAheadTheModeOfNewFiles) {
+TEST_F(FileMadeAhead, GivesAContentMadeAheadTheModeOfNewFiles) {
   const mode_t mask = umask(027);
   Result<UnnamedFile> ahead = UnnamedFile::Make("c:\\a");
   umask(mask);

@@ -42,16 +42,10 @@ class ScriptedFtpServer::Session {
   }
 
   void Run() {
-    Handle("GREETING", "");
+    Handle(kGreeting, "");
     for (std::optional<std::string> line; (line = ReadLine());) {
       const std::string word = line->substr(0, line->find(' '));
       const std::string argument = line->size() > word.size() ? line->substr(word.size() + 1) : std::string();
-      {
-        const std::lock_guard lock(server_.mutex_);
-        const bool secret = word == "USER" || word == "PASS";
-        server_.commands_.push_back(secret || argument.empty() ? word : word + " " + argument);
-        server_.changed_.notify_all();
-      }
       if (!Handle(word, argument)) break;
     }
     Close(dataListener_);
@@ -59,6 +53,9 @@ class ScriptedFtpServer::Session {
   }
 
  private:
+  // In place of a command: what is said first.
+  static constexpr const char* kGreeting = "GREETING";
+
   void Close(int& socket) {
     if (socket < 0) return;
     const std::lock_guard lock(server_.mutex_);
@@ -99,7 +96,13 @@ class ScriptedFtpServer::Session {
     bool silent = false;
     bool closes = false;
     {
+      // What the script says of a command is settled when somebody can see that it came.
       const std::lock_guard lock(server_.mutex_);
+      if (word != kGreeting) {
+        const bool secret = word == "USER" || word == "PASS";
+        server_.commands_.push_back(secret || argument.empty() ? word : word + " " + argument);
+        server_.changed_.notify_all();
+      }
       FtpScript& script = server_.script_;
       if (const auto at = script.answers.find(word); at != script.answers.end()) answer = at->second;
       silent = script.silentAt == word && script.times-- > 0;
@@ -119,7 +122,7 @@ class ScriptedFtpServer::Session {
   }
 
   std::string Answer(const std::string& word, const std::string& argument) {
-    if (word == "GREETING") return "220 ready";
+    if (word == kGreeting) return "220 ready";
     if (word == "USER") return user_ = argument, "331 password?";
     if (word == "PASS") return user_ == "lap" && argument == "secret word" ? "230 welcome" : "530 Login incorrect.";
     if (word == "PWD") return "257 \"" + directory_ + "\" is where you are";
