@@ -47,7 +47,7 @@ std::optional<lib::UnnamedFile> ImportAhead::Take(std::int64_t place, const std:
   std::unique_lock lock(mutex_);
   passed_ = place;
   while (!made_.empty() && made_.front().place < place) made_.pop_front();
-  if (made_.empty() && making_ == place) news_.wait(lock, [this] { return making_ == 0; });
+  if (made_.empty() && making_ == place) news_.wait(lock, [&] { return making_ != place; });
   std::optional<lib::UnnamedFile> file;
   if (!made_.empty() && made_.front().place == place) {
     if (made_.front().path == localPath) file = std::move(made_.front().file);

@@ -58,7 +58,7 @@ class ImportAhead {
 
   std::mutex mutex_;
   std::condition_variable room_;  // for the thread: there are few files, or it is to end
-  std::condition_variable news_;  // for the import: the file in hand is made
+  std::condition_variable news_;  // for the import: the file that it waits for is no longer in the making
   std::deque<Made> made_;
   std::int64_t passed_ = 0;  // the import has come to this place
   std::int64_t making_ = 0;  // the place of the file in hand, 0 for none
