@@ -74,9 +74,7 @@ class Record {
     return field.type == FieldType::Int16 ? static_cast<std::int16_t>(value) : static_cast<std::int32_t>(value);
   }
   // The value's low bytes are stored.
-  void SetNumber(const Field& field, std::int32_t value) {
-    SetLittleEndian(field, static_cast<std::uint32_t>(value));
-  }
+  void SetNumber(const Field& field, std::int32_t value) { SetLittleEndian(field, static_cast<std::uint32_t>(value)); }
 
   [[nodiscard]] lib::Date Date(const Field& field) const { return std::bit_cast<double>(LittleEndian(field)); }
   void SetDate(const Field& field, lib::Date value) { SetLittleEndian(field, std::bit_cast<std::uint64_t>(value)); }
