@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/support/sandbox.h"
+#include "lib/selection_fixture.h"
 
 namespace zelkor::lib {
 namespace {
@@ -28,26 +28,7 @@ TEST(NormaliseSelection, PutsCrLfBetweenNames) {
   EXPECT_EQ(NormaliseSelection(""), "");
 }
 
-class ExpandedSelection : public tests::Sandbox {
- protected:
-  void Make(const fs::path& name) const { WriteNative(Home() / name, ""); }
-  static std::vector<std::string> Files(std::string_view selection) {
-    std::vector<std::string> files;
-    ExpandSelection(selection, [&](const SelectedFile& file) {
-      if (file.refused.Ok()) files.push_back(file.path);
-      return true;
-    });
-    return files;
-  }
-  static std::vector<SelectedFile> Refused(std::string_view selection) {
-    std::vector<SelectedFile> refused;
-    ExpandSelection(selection, [&](const SelectedFile& file) {
-      if (!file.refused.Ok()) refused.push_back(file);
-      return true;
-    });
-    return refused;
-  }
-};
+class ExpandedSelection : public SelectionFixture {};
 
 TEST_F(ExpandedSelection, TakesNamesWithoutWildcardsAsTheyStand) {
   EXPECT_THAT(Files("C:\\Docs\\none.txt\r\nd:\\x\r\n"), ElementsAre("C:\\Docs\\none.txt", "d:\\x"));

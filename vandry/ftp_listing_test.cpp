@@ -91,7 +91,7 @@ TEST(FtpListing, PassesOverWhatItCanNotRead) {
 class FtpMachineListing : public testing::Test {
  protected:
   FtpMachineListing() {
-    setenv("TZ", "XXX-2", 1);
+    setenv("TZ", "EAST-2", 1);
     tzset();
   }
   ~FtpMachineListing() override {

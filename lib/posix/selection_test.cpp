@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "tests/support/sandbox.h"
+#include "lib/selection_fixture.h"
 
 namespace zelkor::lib {
 namespace {
@@ -15,26 +15,7 @@ namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class UnusualSelection : public tests::Sandbox {
- protected:
-  void Make(const fs::path& name) const { WriteNative(Home() / name, ""); }
-  static std::vector<std::string> Files(std::string_view selection) {
-    std::vector<std::string> files;
-    ExpandSelection(selection, [&](const SelectedFile& file) {
-      if (file.refused.Ok()) files.push_back(file.path);
-      return true;
-    });
-    return files;
-  }
-  static std::vector<SelectedFile> Refused(std::string_view selection) {
-    std::vector<SelectedFile> refused;
-    ExpandSelection(selection, [&](const SelectedFile& file) {
-      if (!file.refused.Ok()) refused.push_back(file);
-      return true;
-    });
-    return refused;
-  }
-};
+class UnusualSelection : public SelectionFixture {};
 
 TEST_F(UnusualSelection, TakesLinksToFilesButNoDirectoriesAndNothingElse) {
   Make("file");
