@@ -162,8 +162,11 @@ set_road() {
 
 # edit_both_sides ROAD NUMBER: old files edited and new ones made on either side, a large one among them.
 edit_both_sides() {
-  local road=$1 number=$2 later i name
-  later="@$(date +%s)"
+  local road=$1 number=$2 before later i name
+  # Times count in whole seconds: what is edited in the second of the last run would pass for known.
+  before=$(date +%s)
+  until [ "$(date +%s)" -gt "$before" ]; do sleep 0.05; done
+  later="@$((before + 1))"
   for i in 1 2 3; do
     name="projects/$(((number * 10 + i) % 9))/plan $number$i.txt"
     text "$office/$name" "$later" "edited in the office before the $road"
