@@ -159,6 +159,13 @@ std::vector<std::string> Screen::Titles() const {
 
 bool Screen::Has(const std::string& title) const { return x_->Find(title) != None; }
 
+unsigned long Screen::Shown(const std::string& title) const {
+  Window window = None;
+  if (!Until([&] { return (window = x_->Find(title)) != None; }))
+    throw std::runtime_error("no [" + title + "] is there");
+  return window;
+}
+
 unsigned long Screen::ActiveWindow() const {
   const std::vector<Window> active = x_->Property<Window>(x_->root, "_NET_ACTIVE_WINDOW");
   if (active.empty() || active.front() == None) return None;
@@ -203,7 +210,7 @@ void Screen::WaitUntilGone(const std::string& title) const {
 }
 
 Screen::Place Screen::PlaceOf(const std::string& title) const {
-  const Window window = x_->Find(title);
+  const Window window = Shown(title);
   Window top = None;
   Window child = None;
   int x = 0;
@@ -222,7 +229,7 @@ Screen::Place Screen::PlaceOf(const std::string& title) const {
 
 Screen::Place Screen::FramedPlaceOf(const std::string& title) const {
   Place place = PlaceOf(title);
-  const std::vector<long> widths = x_->Property<long>(x_->Find(title), "_NET_FRAME_EXTENTS");
+  const std::vector<long> widths = x_->Property<long>(Shown(title), "_NET_FRAME_EXTENTS");
   if (widths.size() != 4) return place;
   const int left = static_cast<int>(widths[0]);
   const int top = static_cast<int>(widths[2]);
@@ -240,7 +247,7 @@ Screen::Place Screen::Whole() const {
 
 void Screen::Activate(const std::string& title) const {
   constexpr long kByTheUser = 2;
-  if (const Window window = x_->Find(title); window != None && window != ActiveWindow()) {
+  if (const Window window = Shown(title); window != ActiveWindow()) {
     x_->Ask(window, "_NET_ACTIVE_WINDOW", {kByTheUser});
   }
   WaitUntilActive(title);
@@ -255,7 +262,7 @@ void Screen::Move(const std::string& title, const Place& place) const {
   const auto holds = [&] {
     held = PlaceOf(title) == place ? held + 1 : 0;
     if (held == 0) {
-      x_->Ask(x_->Find(title), "_NET_MOVERESIZE_WINDOW",
+      x_->Ask(Shown(title), "_NET_MOVERESIZE_WINDOW",
               {kAllFour | kStaticGravity, place.x, place.y, place.width, place.height});
     }
     return held == kLooks;
@@ -263,10 +270,10 @@ void Screen::Move(const std::string& title, const Place& place) const {
   if (!Until(holds)) throw std::runtime_error("[" + title + "] can not be moved");
 }
 
-void Screen::Close(const std::string& title) const { x_->Ask(x_->Find(title), "_NET_CLOSE_WINDOW", {}); }
+void Screen::Close(const std::string& title) const { x_->Ask(Shown(title), "_NET_CLOSE_WINDOW", {}); }
 
 void Screen::CutOff(const std::string& title) const {
-  XKillClient(x_->display, x_->Find(title));
+  XKillClient(x_->display, Shown(title));
   XSync(x_->display, False);
 }
 

@@ -46,6 +46,8 @@ class Screen {
   // As WaitUntilActive, for a window that takes the place of one with the same title.
   void WaitUntilAnotherIsActive(const std::string& title, unsigned long before) const;
   [[nodiscard]] unsigned long ActiveWindow() const;
+  // The window with this title, waited for when the window manager has not taken it in yet.
+  [[nodiscard]] unsigned long Shown(const std::string& title) const;
 
   // What is inside a window's frame, and that with the frame.
   [[nodiscard]] Place PlaceOf(const std::string& title) const;
