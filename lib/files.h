@@ -100,7 +100,8 @@ class File {
 // looked at.
 class UnnamedFile {
  public:
-  // `path` is the name that it may get; only its directory counts. Fails where files can not be without a name.
+  // `path` is the name that it may get; only its directory counts, which may still be missing: it will be made below
+  // the nearest one that is there. Fails where files can not be without a name.
   [[nodiscard]] static Result<UnnamedFile> Make(std::string_view path);
   UnnamedFile(UnnamedFile&&) noexcept;
   UnnamedFile& operator=(UnnamedFile&&) noexcept;
@@ -127,8 +128,9 @@ class NewFile {
   // exists and its owner may not write it; Exists when the name is a directory's. With OwnerOnly nobody else can ever
   // read the file, whatever the mode of one that it replaces.
   [[nodiscard]] static Result<NewFile> Create(std::string_view path, Access access = Access::Usual);
-  // The same, with what was made ahead as its content; fails too when that stands in another directory.
-  [[nodiscard]] static Result<NewFile> Create(std::string_view path, UnnamedFile content);
+  // The same, with what was made ahead as its content, which is taken over on success; fails too when that was not made
+  // for this directory.
+  [[nodiscard]] static Result<NewFile> Create(std::string_view path, UnnamedFile& content);
   NewFile(NewFile&&) noexcept;
   NewFile& operator=(NewFile&&) noexcept;
   NewFile(const NewFile&) = delete;

@@ -188,16 +188,21 @@ lib::Result<lib::NewFile> ItemImporter::WholeFile(SyncReader& reader, const File
                                                   const std::string& localPath) {
   // Where nothing is taken nothing is made ahead; and a question about each file leaves no hurry.
   if (!ahead_ && !confirmUpdates_) ahead_.emplace(reader.Path(), context_.remap, cutoff_);
+  // Makes the directory when it is missing.
+  const auto create = [&](auto&... content) {
+    lib::Result<lib::NewFile> file = lib::NewFile::Create(localPath, content...);
+    if (!file.Ok() && file.Why() == lib::Cause::PathNotFound && lib::MakePath(lib::DirectoryPart(localPath))) {
+      file = lib::NewFile::Create(localPath, content...);
+    }
+    return file;
+  };
   if (ahead_) {
     if (std::optional<lib::UnnamedFile> made = ahead_->Take(reader.Position(), localPath)) {
-      lib::Result<lib::NewFile> file = lib::NewFile::Create(localPath, *std::move(made));
+      lib::Result<lib::NewFile> file = create(*made);
       if (file.Ok()) return file;
     }
   }
-  lib::Result<lib::NewFile> file = lib::NewFile::Create(localPath);
-  if (!file.Ok() && file.Why() == lib::Cause::PathNotFound && lib::MakePath(lib::DirectoryPart(localPath))) {
-    file = lib::NewFile::Create(localPath);
-  }
+  lib::Result<lib::NewFile> file = create();
   if (!file.Ok()) return file;
   lib::Status done = reader.CopyContent(file->Content(), [&](std::int64_t bytes) { ShowProgress(reader, bytes); });
   if (done.Ok()) done = file->Content().SetTimes(entry.Date(FileHeader::kCreated), entry.Date(FileHeader::kWritten));

@@ -95,6 +95,12 @@ int RenameToFreeName(const std::string& from, const std::string& to) {
   return rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
 }
 
+// The nearest directory at or above this one that is there.
+std::string ExistingDirectory(std::string directory) {
+  while (directory != "/" && access(directory.c_str(), F_OK) != 0) directory = posix::DirectoryOf(directory);
+  return directory;
+}
+
 // Whether a directory gives new files its own group, or rights by an access control list: what is moved there would
 // lack them.
 bool HandsOn(const std::string& directory, const struct stat& info) {
@@ -156,9 +162,21 @@ NewFile& NewFile::operator=(NewFile&&) noexcept = default;
 NewFile::~NewFile() = default;
 
 struct UnnamedFile::State {
+  // Whether it is in this directory as if it had been made there.
+  [[nodiscard]] bool BelongsIn(const std::string& place) const;
+
   File content;
-  std::string directory;  // native
+  std::string directory;   // native; of the name that it may get
+  bool madeAbove = false;  // that directory was missing
 };
+
+bool UnnamedFile::State::BelongsIn(const std::string& place) const {
+  if (place != directory) return false;
+  if (!madeAbove) return true;
+  struct stat info {};
+  const Result<std::uint64_t> device = content.Device();
+  return stat(place.c_str(), &info) == 0 && device.Ok() && info.st_dev == *device && !HandsOn(place, info);
+}
 
 UnnamedFile::UnnamedFile(std::unique_ptr<State> state) : state_(std::move(state)) {}
 UnnamedFile::UnnamedFile(UnnamedFile&&) noexcept = default;
@@ -172,6 +190,14 @@ Result<UnnamedFile> UnnamedFile::Make(std::string_view path) {
   auto state = std::make_unique<State>();
   state->directory = posix::DirectoryOf(written->native);
   std::optional<Descriptor> file = OpenUnnamed(state->directory, kAskedFor);
+  if (!file && errno == ENOENT) {
+    const std::string above = ExistingDirectory(state->directory);
+    struct stat place {};
+    if (stat(above.c_str(), &place) != 0) return SystemFailure(errno, path);
+    if (HandsOn(above, place)) return SystemFailure(EXDEV, path);
+    file = OpenUnnamed(above, kAskedFor);
+    state->madeAbove = true;
+  }
   if (!file) return SystemFailure(errno, path);
   state->content.state_ = std::make_unique<File::State>(*std::move(file), std::string(path));
   return UnnamedFile(std::move(state));
@@ -207,11 +233,11 @@ Result<std::unique_ptr<NewFile::State>> NewFile::Prepare(std::string_view path, 
   return state;
 }
 
-Result<NewFile> NewFile::Create(std::string_view path, UnnamedFile content) {
+Result<NewFile> NewFile::Create(std::string_view path, UnnamedFile& content) {
   Result<std::unique_ptr<State>> prepared = Prepare(path, Access::Usual);
   if (!prepared.Ok()) return prepared.Failure();
   std::unique_ptr<State> state = std::move(*prepared);
-  if (posix::DirectoryOf(state->target) != content.state_->directory) return SystemFailure(EXDEV, path);
+  if (!content.state_->BelongsIn(posix::DirectoryOf(state->target))) return SystemFailure(EXDEV, path);
   state->unnamed = true;
   state->content = std::move(content.state_->content);
   return NewFile(std::move(state));

@@ -91,7 +91,7 @@ TEST_F(FileMadeAhead, TakesOverAContentThatWasMadeAhead) {
     ASSERT_TRUE(ahead.Ok()) << ahead.Failure().Message();
     ASSERT_TRUE(ahead->Content().WriteAt(0, std::string_view("whole")).Ok());
     EXPECT_EQ(NamesInHome(), 1);
-    Result<NewFile> file = NewFile::Create(path, std::move(*ahead));
+    Result<NewFile> file = NewFile::Create(path, *ahead);
     ASSERT_TRUE(file.Ok()) << file.Failure().Message();
     ASSERT_TRUE(file->Replace().Ok());
   }
@@ -105,7 +105,29 @@ TEST_F(FileMadeAhead, TakesOverNoContentOfAnotherDirectory) {
   fs::create_directory(Home() / "in");
   Result<UnnamedFile> ahead = UnnamedFile::Make("c:\\in\\a");
   ASSERT_TRUE(ahead.Ok());
-  EXPECT_FALSE(NewFile::Create("c:\\a", std::move(*ahead)).Ok());
+  EXPECT_FALSE(NewFile::Create("c:\\a", *ahead).Ok());
+}
+
+TEST_F(FileMadeAhead, TakesOverAContentWhoseDirectoryIsMadeLater) {
+  Result<UnnamedFile> ahead = UnnamedFile::Make("c:\\new\\deep\\a");
+  ASSERT_TRUE(ahead.Ok()) << ahead.Failure().Message();
+  ASSERT_TRUE(ahead->Content().WriteAt(0, std::string_view("whole")).Ok());
+  EXPECT_EQ(NewFile::Create("c:\\new\\deep\\a", *ahead).Why(), Cause::PathNotFound);
+  ASSERT_TRUE(MakePath("c:\\new\\deep"));
+  Result<NewFile> file = NewFile::Create("c:\\new\\deep\\a", *ahead);
+  ASSERT_TRUE(file.Ok() && file->Replace().Ok());
+  EXPECT_EQ(ReadNative(Home() / "new/deep/a"), "whole");
+}
+
+// Files get the group of such a directory, and what was made elsewhere would not have it.
+TEST_F(FileMadeAhead, TakesOverNoContentWhereTheDirectoryHandsOnItsGroup) {
+  Result<UnnamedFile> ahead = UnnamedFile::Make("c:\\new\\a");
+  ASSERT_TRUE(ahead.Ok());
+  fs::create_directory(Home() / "new");
+  fs::permissions(Home() / "new", fs::perms(02755));
+  EXPECT_FALSE(NewFile::Create("c:\\new\\a", *ahead).Ok());
+  fs::permissions(Home(), fs::perms(02755));
+  EXPECT_FALSE(UnnamedFile::Make("c:\\other\\a").Ok());
 }
 
 TEST_F(FileMadeAhead, GivesAContentMadeAheadTheModeOfNewFiles) {
@@ -113,7 +135,7 @@ TEST_F(FileMadeAhead, GivesAContentMadeAheadTheModeOfNewFiles) {
   Result<UnnamedFile> ahead = UnnamedFile::Make("c:\\a");
   umask(mask);
   ASSERT_TRUE(ahead.Ok());
-  Result<NewFile> file = NewFile::Create("c:\\a", std::move(*ahead));
+  Result<NewFile> file = NewFile::Create("c:\\a", *ahead);
   ASSERT_TRUE(file.Ok() && file->Replace().Ok());
   EXPECT_EQ(ModeOf(Home() / "a"), 0640U);
 }

@@ -121,7 +121,7 @@ Result<UnnamedFile> UnnamedFile::Make(std::string_view path) { return SystemFail
 
 File& UnnamedFile::Content() { return state_->content; }
 
-Result<NewFile> NewFile::Create(std::string_view path, UnnamedFile /*content*/) {
+Result<NewFile> NewFile::Create(std::string_view path, UnnamedFile& /*content*/) {
   return SystemFailure(ERROR_NOT_SUPPORTED, path);
 }
 
