@@ -29,18 +29,9 @@ import sys
 import tempfile
 import time
 
+from running import Failed, program_form, run
+
 WANTED = 0.5  # of the throughput of rsync over ssh
-
-
-class Failed(Exception):
-    pass
-
-
-def run(command, **options):
-    done = subprocess.run([str(word) for word in command], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, **options)
-    if done.returncode != 0:
-        raise Failed(f"{command}: status {done.returncode}\n{done.stdout.decode(errors='replace')[-2000:]}")
-    return done.stdout.decode()
 
 
 def free_port():
@@ -56,11 +47,6 @@ def wait_for_port(port):
                 return
         time.sleep(0.02)
     raise Failed(f"nobody listens on port {port}")
-
-
-def program_form(path):
-    """A native path as Zelkor writes it, on drive z."""
-    return "z:" + str(path).replace("/", "\\")
 
 
 def cpu_of(pid):
