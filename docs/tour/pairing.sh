@@ -18,11 +18,8 @@ leave() {
   exit "$status"
 }
 trap leave EXIT
-trap 'echo "pairing.sh: line $LINENO failed" >&2' ERR
-fail() {
-  echo "pairing.sh: $1" >&2
-  exit 1
-}
+patience=30
+source "$(dirname "$0")/screen.sh"
 
 # until_there COMMAND...: runs it until it succeeds.
 until_there() {
@@ -41,14 +38,6 @@ typed() {
 }
 # prompts COMPUTER COUNT: so many prompts were shown; the shell notes each.
 prompts() { [ "$(wc -l <"$root/$1/prompts")" -ge "$2" ]; }
-settle() {
-  local deadline=$((SECONDS + 30)) before="" now
-  until now=$(import -window root rgb:- | sha1sum) && [ "$now" = "$before" ]; do
-    [ $SECONDS -lt $deadline ] || fail "the screen does not come to rest"
-    before=$now
-    sleep 0.5
-  done
-}
 # as COMPUTER WORD...: its Vandry, without a terminal.
 as() {
   env -u ZELKOR_DIR -u XDG_DATA_HOME HOME="$root/$1/home" XDG_CONFIG_HOME="$root/$1/config" "$vandry" "${@:2}"

@@ -16,42 +16,8 @@ leave() {
   exit "$status"
 }
 trap leave EXIT
-trap 'echo "windows.sh: line $LINENO failed" >&2' ERR
-fail() {
-  echo "windows.sh: $1" >&2
-  exit 1
-}
-window() {
-  local deadline=$((SECONDS + 60)) found
-  until found=$(xdotool search --onlyvisible --name "$1" 2>/dev/null | tail -n 1) && [ -n "$found" ]; do
-    [ $SECONDS -lt $deadline ] || fail "no window $1"
-    sleep 0.2
-  done
-  echo "$found"
-}
-# Waits until the screen does not change any more: two looks, a moment apart, show the same.
-settle() {
-  local deadline=$((SECONDS + 60)) before="" now
-  until now=$(import -window root rgb:- | sha1sum) && [ "$now" = "$before" ]; do
-    [ $SECONDS -lt $deadline ] || fail "the screen does not come to rest"
-    before=$now
-    sleep 0.7
-  done
-}
-keys() {
-  xdotool key --delay 60 "$@"
-  settle
-}
-# shot NAME WINDOW: the window with its frame, and what lies over it.
-shot() {
-  local x y width height extents
-  settle
-  read -r -d '' x y width height < <(xwininfo -id "$2" |
-    sed -n 's/.*\(Absolute upper-left [XY]\|Width\|Height\): *//p') || true
-  IFS=', ' read -r -a extents < <(xprop -id "$2" _NET_FRAME_EXTENTS | sed 's/.*= //')
-  import -window root -crop "$((width + extents[0] + extents[1]))x$((height + extents[2] + extents[3]))+$((x - extents[0]))+$((y - extents[2]))" \
-    +repage -strip +dither -colors 256 "PNG8:$folder/$1.png"
-}
+patience=60
+source "$(dirname "$0")/screen.sh"
 
 wineboot --init >/dev/null 2>&1
 # Letters with smooth edges.
@@ -76,7 +42,6 @@ file() {
   head -c "$(($3 * 1024))" /dev/urandom >"$drive/$1"
   touch -d "$2" "$drive/$1"
 }
-line() { (IFS=$'\t'; printf '%s\n' "$*"); }
 for n in 1 2 3; do file "letters/anna-$n.txt" "2026-09-0$n 10:15" 6; done
 file accounts/2026.ods "2026-11-18 19:02" 64
 file projects/bridge/plan.odt "2026-11-19 16:31" 120
