@@ -21,7 +21,7 @@ help:
 	@echo "make deb           a Debian package of all that, in build/"
 	@echo "make windows       the program for Windows, 32-bit and 64-bit, in build/windows*/programs"
 	@echo "make installer     an installer of each in build/"
-	@echo "make test-windows  the tests of the 64-bit program, under Wine"
+	@echo "make test-windows  the tests of both, under Wine"
 	@echo "make demo          two computers on this machine, kept in step by files, network and FTP;"
 	@echo "                   KEEP=1 leaves their folders"
 	@echo "make screenshots   the pictures of docs/tour.md and network.md, taken from the program"
@@ -127,7 +127,8 @@ format-check:
 tidy:
 	@cmake/deps.sh tidy
 	@cmake -S . -B build/tidy -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON >/dev/null
-	@cmake/tidy.sh build/tidy $(JOBS)
+	@cmake/windows/compile_commands.sh build/tidy-windows
+	@cmake/tidy.sh $(JOBS) build/tidy build/tidy-windows
 
 fuzz:
 	@cmake/deps.sh fuzz

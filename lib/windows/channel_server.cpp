@@ -92,7 +92,10 @@ class Listener {
     static thread_local Listener* present = nullptr;
     return present;
   }
-  static HDDEDATA Answer(UINT_PTR value) { return reinterpret_cast<HDDEDATA>(value); }
+  // What a callback returns is a number or a handle, in the type of the handle.
+  static HDDEDATA Answer(UINT_PTR value) {
+    return reinterpret_cast<HDDEDATA>(value);  // NOLINT(performance-no-int-to-ptr)
+  }
 
   static HDDEDATA CALLBACK OnEvent(UINT type, UINT format, HCONV talk, HSZ first, HSZ second, HDDEDATA data,
                                    ULONG_PTR /*data1*/, ULONG_PTR /*data2*/) {
@@ -162,7 +165,7 @@ class Listener {
     std::string bytes = client->out.substr(0, windows::kMostDdeBytes);
     EraseFrontWiped(client->out, bytes.size());
     std::string text = windows::ToPrintable(bytes);
-    HDDEDATA const data = windows::MakeDdeText(instance_, item_->Get(), text);
+    auto* const data = windows::MakeDdeText(instance_, item_->Get(), text);
     Wipe(text);
     Wipe(bytes);
     return data;
@@ -233,7 +236,7 @@ class Listener {
         client.ended = true;
       }
     }
-    for (HCONV const talk : given) DdeDisconnect(talk);
+    for (auto* const talk : given) DdeDisconnect(talk);
     if (!given.empty()) desk_.news.Signal();
   }
 

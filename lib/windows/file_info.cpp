@@ -47,7 +47,7 @@ bool IsLink(const std::wstring& systemPath) {
   if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) return false;
   // Files that a store in the network keeps have such a mark too; they are no links.
   WIN32_FIND_DATAW found{};
-  HANDLE const search = FindFirstFileW(systemPath.c_str(), &found);
+  auto* const search = FindFirstFileW(systemPath.c_str(), &found);
   if (search == INVALID_HANDLE_VALUE) return false;
   FindClose(search);
   return found.dwReserved0 == IO_REPARSE_TAG_SYMLINK || found.dwReserved0 == IO_REPARSE_TAG_MOUNT_POINT;

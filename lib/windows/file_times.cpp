@@ -38,7 +38,7 @@ class SharedFile {
     // It also knows nothing of those who would rename or delete.
     if (IsOpen() || (byOpenFile_ && GetLastError() != ERROR_SHARING_VIOLATION)) return;
     byOpenFile_ = false;
-    HANDLE const file =
+    auto* const file =
         CreateFileW(windows::ToSystemPath(*native).c_str(), writes ? GENERIC_READ | GENERIC_WRITE : GENERIC_READ,
                     windows::kShareAll, nullptr, OPEN_EXISTING, 0, nullptr);
     opened_ = file == INVALID_HANDLE_VALUE ? HFILE_ERROR : static_cast<HFILE>(reinterpret_cast<INT_PTR>(file));
@@ -51,7 +51,9 @@ class SharedFile {
 
   [[nodiscard]] bool IsOpen() const { return opened_ != HFILE_ERROR; }
   // The system's handles fit into 32 bits, sign and all.
-  [[nodiscard]] HANDLE Get() const { return reinterpret_cast<HANDLE>(static_cast<INT_PTR>(opened_)); }
+  [[nodiscard]] HANDLE Get() const {
+    return reinterpret_cast<HANDLE>(static_cast<INT_PTR>(opened_));  // NOLINT(performance-no-int-to-ptr)
+  }
 
  private:
   HFILE opened_ = HFILE_ERROR;

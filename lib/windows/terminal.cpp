@@ -36,7 +36,7 @@ BOOL WINAPI OnInterrupt(DWORD /*kind*/) {
 // console then.
 HANDLE Standard(DWORD which) {
   static const bool attached = [] {
-    HANDLE const output = GetStdHandle(STD_OUTPUT_HANDLE);
+    auto* const output = GetStdHandle(STD_OUTPUT_HANDLE);
     if (output != nullptr && output != INVALID_HANDLE_VALUE) return false;
     return AttachConsole(ATTACH_PARENT_PROCESS) != 0;
   }();
@@ -114,13 +114,13 @@ bool StandardOutputIsTerminal() { return IsConsole(Standard(STD_OUTPUT_HANDLE));
 
 int TerminalColumns() {
   CONSOLE_SCREEN_BUFFER_INFO info{};
-  HANDLE const error = Standard(STD_ERROR_HANDLE);
+  auto* const error = Standard(STD_ERROR_HANDLE);
   if (error == nullptr || GetConsoleScreenBufferInfo(error, &info) == 0) return 80;
   return info.srWindow.Right - info.srWindow.Left + 1;
 }
 
 std::optional<std::string> ReadInputLine() {
-  HANDLE const input = Standard(STD_INPUT_HANDLE);
+  auto* const input = Standard(STD_INPUT_HANDLE);
   if (input == nullptr || Interrupted()) return std::nullopt;
   if (IsConsole(input)) return ReadConsoleLine(input);
   // Byte by byte, so that nothing behind the line is taken from whoever reads the input next.
