@@ -86,8 +86,7 @@ class ByWindows : public WithDisplay {
   // A run may still have a moment's work after what it stored; then the window says that it can not be closed yet.
   void CloseSynchronisation() const {
     constexpr int kTries = 20;
-    for (int i = 0; i < kTries && screen.Has(kSynchronisation); ++i) {
-      screen.Activate(kSynchronisation);
+    for (int i = 0; i < kTries && screen.ActivateIfThere(kSynchronisation); ++i) {
       screen.Press("Ctrl+w");
       const auto end = std::chrono::steady_clock::now() + kUntilTaken;
       screen.Until([&] {
@@ -101,7 +100,7 @@ class ByWindows : public WithDisplay {
   }
   void CloseLogs() const {
     EXPECT_TRUE(screen.Until([&] {
-      if (screen.Has(kLog)) screen.Close(kLog);
+      screen.CloseIfThere(kLog);
       return !screen.Has(kLog);
     }));
   }

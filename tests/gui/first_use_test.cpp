@@ -64,8 +64,7 @@ class FirstUse : public WithDisplay {
   // A run may still have a moment's work after what it stored; then the window says that it can not be closed yet.
   void CloseSynchronisation() const {
     constexpr int kTries = 20;
-    for (int i = 0; i < kTries && screen.Has(kSynchronisation); ++i) {
-      screen.Activate(kSynchronisation);
+    for (int i = 0; i < kTries && screen.ActivateIfThere(kSynchronisation); ++i) {
       screen.Press("Ctrl+w");
       screen.Until([&] { return !screen.Has(kSynchronisation) || screen.Active() == kBox; });
       if (!screen.Has(kSynchronisation)) break;

@@ -246,11 +246,18 @@ Screen::Place Screen::Whole() const {
 }
 
 void Screen::Activate(const std::string& title) const {
+  (void)Shown(title);
+  (void)ActivateIfThere(title);
+  WaitUntilActive(title);
+}
+
+bool Screen::ActivateIfThere(const std::string& title) const {
   constexpr long kByTheUser = 2;
-  if (const Window window = Shown(title); window != ActiveWindow()) {
+  if (const Window window = x_->Find(title); window != None && window != ActiveWindow()) {
     x_->Ask(window, "_NET_ACTIVE_WINDOW", {kByTheUser});
   }
-  WaitUntilActive(title);
+  const auto isActive = [&] { return Active() == title; };
+  return Until([&] { return isActive() || !Has(title); }) && isActive();
 }
 
 void Screen::Move(const std::string& title, const Place& place) const {
@@ -271,6 +278,10 @@ void Screen::Move(const std::string& title, const Place& place) const {
 }
 
 void Screen::Close(const std::string& title) const { x_->Ask(Shown(title), "_NET_CLOSE_WINDOW", {}); }
+
+void Screen::CloseIfThere(const std::string& title) const {
+  if (const Window window = x_->Find(title); window != None) x_->Ask(window, "_NET_CLOSE_WINDOW", {});
+}
 
 void Screen::CutOff(const std::string& title) const {
   XKillClient(x_->display, Shown(title));

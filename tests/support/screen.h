@@ -56,9 +56,12 @@ class Screen {
   [[nodiscard]] Place Whole() const;
   // Makes a window the active one, as by its entry in the taskbar, and waits until it is.
   void Activate(const std::string& title) const;
+  // The same with one that may be on its way out; whether it is still there, and active.
+  [[nodiscard]] bool ActivateIfThere(const std::string& title) const;
   // Moves a window and waits until it stays there; closes one as by the frame's button.
   void Move(const std::string& title, const Place& place) const;
   void Close(const std::string& title) const;
+  void CloseIfThere(const std::string& title) const;
   // Cuts the program that shows this window off from the display, as when the display itself ends.
   void CutOff(const std::string& title) const;
 
