@@ -232,7 +232,7 @@ class PlainClient {
   static HDDEDATA CALLBACK OnEvent(UINT type, UINT, HCONV, HSZ, HSZ, HDDEDATA data, ULONG_PTR, ULONG_PTR) {
     if (type != XTYP_ADVDATA || data == nullptr) return nullptr;
     Present()->texts_.push_back(windows::DdeTextOf(data));
-    return reinterpret_cast<HDDEDATA>(static_cast<UINT_PTR>(DDE_FACK));
+    return reinterpret_cast<HDDEDATA>(static_cast<UINT_PTR>(DDE_FACK));  // NOLINT(performance-no-int-to-ptr)
   }
 
   DWORD instance_ = 0;

@@ -14,7 +14,7 @@ SecurityDescriptor ParseSecurityDescriptor(const std::wstring& text) {
 
 std::wstring ThisUser() {
   // Whoever owns a file; only where the user can not be told.
-  const std::wstring owner = L"OW";
+  std::wstring owner = L"OW";
   HANDLE opened = nullptr;
   if (OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &opened) == 0) return owner;
   const OwnedHandle token(opened);

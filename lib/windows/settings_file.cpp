@@ -43,7 +43,7 @@ std::string ChoosePath() {
   // Set by who keeps the settings of several computers apart on one.
   const std::string given = windows::Environment("XDG_CONFIG_HOME");
   if (given.size() >= 3 && given[1] == ':') return given + std::string(kName);
-  const std::string system = WindowsDirectory() + std::string(kName);
+  std::string system = WindowsDirectory() + std::string(kName);
   bool exists = false;
   if (CanWrite(system, exists)) return system;
   // There only administrators may write: each user has a file of his own then.

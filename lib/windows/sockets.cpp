@@ -243,6 +243,8 @@ std::optional<AcceptedConnection> AcceptConnection(const Socket& listening) {
   const SOCKET accepted = accept(Native(listening.Get()), reinterpret_cast<sockaddr*>(&native), &size);
   if (accepted == INVALID_SOCKET) return std::nullopt;
   DoNotBlock(accepted);
+  // A socket is a handle in the type of a number.
+  // NOLINTNEXTLINE(performance-no-int-to-ptr)
   SetHandleInformation(reinterpret_cast<HANDLE>(accepted), HANDLE_FLAG_INHERIT, 0);
   AcceptedConnection connection{.socket = Socket(static_cast<Handle>(accepted)),
                                 .from = SocketAddress(&native, static_cast<std::size_t>(size))};
