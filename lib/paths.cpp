@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 
+#include "lib/code_page.h"
 #include "lib/native_path.h"
 #include "lib/text.h"
 
@@ -34,6 +35,18 @@ Status RefusedPath(std::string_view path) {
 }
 
 }  // namespace
+
+Result<std::string> TextFromNative(std::string_view utf8) {
+  if (std::optional<std::string> text = FromUtf8(utf8)) return *std::move(text);
+  return RefusedName(FromUtf8Lossy(utf8), "it holds a character outside the code page");
+}
+
+Result<std::string> NameFromNative(std::string_view utf8) {
+  Result<std::string> name = TextFromNative(utf8);
+  if (!name.Ok()) return name;
+  if (Status usable = CheckName(*name); !usable.Ok()) return usable;
+  return name;
+}
 
 std::string SlashPath(std::string_view path, bool remove) {
   const bool slash = !path.empty() && path.back() == '\\';

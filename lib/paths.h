@@ -31,6 +31,10 @@ namespace zelkor::lib {
 // Whether the form can carry `name`, one component of a path: refused with a message that says which name and why for
 // an empty name, backslash, colon, *, ?, ", control characters, and a blank at either end.
 [[nodiscard]] Status CheckName(std::string_view name);
+// A native text, of UTF-8, in the code page; refused as a name that holds a character outside of it.
+[[nodiscard]] Result<std::string> TextFromNative(std::string_view utf8);
+// The same for a component of a path, which must also be as CheckName wants it.
+[[nodiscard]] Result<std::string> NameFromNative(std::string_view utf8);
 // True for the names that Windows keeps for devices (con, nul, com1 …), with or without an extension.
 [[nodiscard]] bool IsDeviceName(std::string_view name);
 // Whether `path` has a root and CheckName takes every component of it; the last one may be missing.

@@ -23,7 +23,8 @@ class ReadAheadTest : public tests::Sandbox {
   }
   // Gives the thread the time that it needs to come to the next file, if it ever does.
   const ReadAhead::Found* TakeWhenReady(std::int32_t turn, const std::string& path) {
-    for (int i = 0; i < 1'000'000 && !ahead_.Ready(turn); ++i) std::this_thread::yield();
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!ahead_.Ready(turn) && std::chrono::steady_clock::now() < end) std::this_thread::yield();
     return ahead_.Take(turn, path);
   }
   static std::string Content(const ReadAhead::Found& found) { return {found.content.begin(), found.content.end()}; }

@@ -1,6 +1,10 @@
 #include "lib/secret.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "lib/memory_block.h"
 
 namespace zelkor::lib {
 
@@ -29,6 +33,22 @@ void EraseFrontWiped(std::string& text, std::size_t count) {
   // Writes over what stood there.
   text.resize(before);
   text.resize(after);
+}
+
+void FreeWiped(void* memory) {
+  Wipe({static_cast<char*>(memory), UsableBytes(memory)});
+  std::free(memory);
+}
+
+void* ReallocateWiped(void* memory, std::size_t size) {
+  if (memory == nullptr) return std::malloc(size);
+  const std::size_t before = UsableBytes(memory);
+  if (size <= before && size > before / 2) return memory;
+  void* other = std::malloc(size);
+  if (other == nullptr) return nullptr;
+  std::memcpy(other, memory, std::min(size, before));
+  FreeWiped(memory);
+  return other;
 }
 
 }  // namespace zelkor::lib

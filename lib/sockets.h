@@ -98,6 +98,11 @@ struct AcceptedConnection {
 [[nodiscard]] Result<Socket> StartConnecting(const SocketAddress& address);
 [[nodiscard]] Status ConnectOutcome(const Socket& socket);
 
+// For libraries that read and write by themselves: what the system said, in this thread, about a socket since the last
+// ForgetSocketError; empty when it said nothing.
+void ForgetSocketError();
+[[nodiscard]] std::string SocketErrorSaid();
+
 // From here on a write to a connection that the other end has closed fails, and does not end the process.
 void SurviveBrokenConnections();
 

@@ -158,12 +158,8 @@ Result<std::string> Drives::FromNative(std::string_view native) const {
     const std::string_view component = rest.substr(0, end);
     rest.remove_prefix(end);
     if (component.empty()) continue;
-    const std::optional<std::string> name = FromUtf8(component);
-    if (!name) {
-      return Status(Cause::Refused, "The name \"" + FromUtf8Lossy(component) +
-                                        "\" can not be used: it holds a character outside the code page");
-    }
-    if (Status usable = CheckName(*name); !usable.Ok()) return usable;
+    const Result<std::string> name = NameFromNative(component);
+    if (!name.Ok()) return name.Failure();
     if (!first) path += '\\';
     first = false;
     path += *name;

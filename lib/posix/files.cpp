@@ -77,14 +77,8 @@ DirectoryEntry ToEntry(int directory, const dirent& found) {
     }
   }
   entry.other = !file && !entry.directory;
-  if (std::optional<std::string> name = FromUtf8(native)) {
-    entry.name = *std::move(name);
-    entry.refused = CheckName(entry.name);
-  } else {
-    entry.name = FromUtf8Lossy(native);
-    entry.refused = {Cause::Refused,
-                     "The name \"" + entry.name + "\" can not be used: it holds a character outside the code page"};
-  }
+  entry.name = FromUtf8Lossy(native);
+  if (const Result<std::string> name = NameFromNative(native); !name.Ok()) entry.refused = name.Failure();
   return entry;
 }
 

@@ -8,7 +8,6 @@
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
-#include "lib/code_page.h"
 #include "lib/paths.h"
 #include "lib/posix/descriptor.h"
 #include "lib/posix/drives.h"
@@ -86,12 +85,7 @@ Result<std::string> ToNative(std::string_view path) {
 Result<std::string> FromNative(std::string_view nativePath) { return Drives::Current().FromNative(nativePath); }
 
 Result<std::string> FromCommandLine(std::string_view word, std::string_view startDirectory) {
-  if (IsDrivePath(word)) {
-    if (std::optional<std::string> path = FromUtf8(word)) return *std::move(path);
-    return Status(Cause::Refused, "The name \"" + FromUtf8Lossy(word) +
-                                      "\" can not be used: it holds a character outside the code page");
-  }
-  return FromNative(AbsoluteNative(word, startDirectory));
+  return IsDrivePath(word) ? TextFromNative(word) : FromNative(AbsoluteNative(word, startDirectory));
 }
 
 bool NamesNativeFile(std::string_view word, std::string_view startDirectory) {

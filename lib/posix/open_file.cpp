@@ -56,19 +56,6 @@ Status OpenFailure(int error, const std::string& native, std::string_view path) 
 
 }  // namespace
 
-File::File() = default;
-File::~File() = default;
-File::File(File&&) noexcept = default;
-File& File::operator=(File&&) noexcept = default;
-
-bool File::IsOpen() const { return state_ != nullptr; }
-void File::Close() { state_.reset(); }
-
-const std::string& File::Path() const {
-  static const std::string kNone;
-  return state_ ? state_->path : kNone;
-}
-
 Result<File> File::Open(std::string_view path, OpenMode mode) {
   const Result<posix::WrittenPath> written = posix::Drives::Current().ToWritten(path);
   if (!written.Ok()) return written.Failure();
@@ -142,11 +129,6 @@ Status File::WriteAt(std::int64_t offset, std::span<const char> bytes) {
     done += static_cast<std::size_t>(count);
   }
   return {};
-}
-
-Status File::Append(std::span<const char> bytes) {
-  const Result<std::int64_t> end = Length();
-  return end.Ok() ? WriteAt(*end, bytes) : end.Failure();
 }
 
 Result<std::int64_t> File::Length() const {

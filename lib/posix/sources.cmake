@@ -1,7 +1,7 @@
 set(system_sources
-  posix/channel_client.cpp
-  posix/channel_server.cpp
+  posix/channel_desk.cpp
   posix/channel_socket.cpp
+  posix/channel_wire.cpp
   posix/code_page_table.cpp
   posix/command_line.cpp
   posix/copy_range.cpp
@@ -23,12 +23,12 @@ set(system_sources
   posix/shell.cpp
   posix/sibling.cpp
   posix/single_copy.cpp
-  posix/sockets.cpp
+  posix/socket_calls.cpp
   posix/system_error.cpp
   posix/terminal.cpp
 )
 set(system_tests
-  posix/channel_test.cpp
+  posix/channel_socket_test.cpp
   posix/clock_test.cpp
   posix/code_page_test.cpp
   posix/disk_full_test.cpp

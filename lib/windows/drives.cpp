@@ -65,6 +65,12 @@ bool LiesIn(std::string_view native, std::string_view directory) {
   return native.size() == directory.size() || directory.back() == '\\' || native[directory.size()] == '\\';
 }
 
+Status NoDirectory(char drive, const std::string& why) {
+  const std::string letter(1, static_cast<char>(drive | 0x20));
+  return {Cause::Refused, "Drive " + letter + " has no directory: set the key \"" + letter +
+                              "\" in the section \"Drives\" of orlim.ini" + why};
+}
+
 std::unique_ptr<const Drives>& Loaded() {
   static std::unique_ptr<const Drives> drives;
   return drives;
@@ -126,12 +132,13 @@ Result<std::string> Drives::ToNative(std::string_view path) const {
     native = WithSlash(ToUtf8(native));
   } else {
     const Drive& drive = drives_[IndexOf(path[0])];
-    if (!drive.refused.empty()) {
-      const std::string letter(1, static_cast<char>(path[0] | 0x20));
-      return Status(Cause::Refused, "Drive " + letter + " has no directory: set the key \"" + letter +
-                                        "\" in the section \"Drives\" of orlim.ini" + drive.refused);
+    if (!drive.refused.empty()) return NoDirectory(path[0], drive.refused);
+    if (!drive.directory.empty()) {
+      native = drive.directory;
+    } else if ((GetLogicalDrives() >> IndexOf(path[0]) & 1U) == 0) {
+      // Of what may only be taken out for now nobody shall think that it holds nothing.
+      return NoDirectory(path[0], ", or connect the drive");
     }
-    if (!drive.directory.empty()) native = drive.directory;
   }
   for (const std::string_view name : Components(path.substr(RootLength(path)))) {
     if (Status usable = CheckSystemName(name); !usable.Ok()) return usable;
@@ -153,11 +160,8 @@ Result<std::string> Drives::FromNative(std::string_view native) const {
     path = {static_cast<char>('a' + static_cast<char>(*best)), ':', '\\'};
     rest.remove_prefix(drives_[*best].directory.size());
   } else if (IsShare(absolute)) {
-    const std::optional<std::string> root = FromUtf8(rest.substr(0, RootLength(absolute)));
-    if (!root) {
-      return Status(Cause::Refused, "The name \"" + FromUtf8Lossy(rest.substr(0, RootLength(absolute))) +
-                                        "\" can not be used: it holds a character outside the code page");
-    }
+    const Result<std::string> root = TextFromNative(rest.substr(0, RootLength(absolute)));
+    if (!root.Ok()) return root.Failure();
     path = WithSlash(*root);
     rest.remove_prefix(RootLength(absolute));
   } else {
@@ -170,12 +174,8 @@ Result<std::string> Drives::FromNative(std::string_view native) const {
   }
   bool first = true;
   for (const std::string_view component : Components(rest)) {
-    const std::optional<std::string> name = FromUtf8(component);
-    if (!name) {
-      return Status(Cause::Refused, "The name \"" + FromUtf8Lossy(component) +
-                                        "\" can not be used: it holds a character outside the code page");
-    }
-    if (Status usable = CheckName(*name); !usable.Ok()) return usable;
+    const Result<std::string> name = NameFromNative(component);
+    if (!name.Ok()) return name.Failure();
     if (!first) path += '\\';
     first = false;
     path += *name;

@@ -50,14 +50,8 @@ DirectoryEntry ToEntry(const std::wstring& directory, const WIN32_FIND_DATAW& fo
     entry.other = (found.dwFileAttributes & FILE_ATTRIBUTE_DEVICE) != 0;
   }
   const std::string native = windows::FromWide(found.cFileName);
-  if (std::optional<std::string> name = FromUtf8(native)) {
-    entry.name = *std::move(name);
-    entry.refused = CheckName(entry.name);
-  } else {
-    entry.name = FromUtf8Lossy(native);
-    entry.refused = {Cause::Refused,
-                     "The name \"" + entry.name + "\" can not be used: it holds a character outside the code page"};
-  }
+  entry.name = FromUtf8Lossy(native);
+  if (const Result<std::string> name = NameFromNative(native); !name.Ok()) entry.refused = name.Failure();
   return entry;
 }
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "lib/code_page.h"
 #include "lib/paths.h"
 #include "lib/windows/drives.h"
 #include "lib/windows/system.h"
@@ -69,12 +68,7 @@ Result<std::string> ToNative(std::string_view path) { return Drives::Current().T
 Result<std::string> FromNative(std::string_view nativePath) { return Drives::Current().FromNative(nativePath); }
 
 Result<std::string> FromCommandLine(std::string_view word, std::string_view startDirectory) {
-  if (IsDrivePath(word)) {
-    if (std::optional<std::string> path = FromUtf8(word)) return *std::move(path);
-    return Status(Cause::Refused, "The name \"" + FromUtf8Lossy(word) +
-                                      "\" can not be used: it holds a character outside the code page");
-  }
-  return FromNative(AbsoluteNative(word, startDirectory));
+  return IsDrivePath(word) ? TextFromNative(word) : FromNative(AbsoluteNative(word, startDirectory));
 }
 
 bool NamesNativeFile(std::string_view word, std::string_view startDirectory) {

@@ -31,7 +31,7 @@ SecurityDescriptor OwnersAlone() {
 
 // A name that nothing else uses; whoever meets one after a crash sees whose it was.
 std::wstring TemporaryName(const std::string& directory) {
-  static std::mt19937_64 random{std::random_device{}()};
+  static thread_local std::mt19937_64 random{std::random_device{}()};
   std::array<char, 32> name{};
   std::snprintf(name.data(), name.size(), "~zelkor-%012llx.tmp",
                 static_cast<unsigned long long>(random() & 0xFFFFFFFFFFFFU));

@@ -1,10 +1,8 @@
 #include "lib/secret.h"
 
-#include <algorithm>
-#include <cstdlib>
-#include <cstring>
 #include <malloc.h>
 
+#include "lib/memory_block.h"
 #include "lib/windows/security.h"
 
 namespace zelkor::lib {
@@ -13,21 +11,7 @@ void Wipe(std::span<char> bytes) {
   if (!bytes.empty()) SecureZeroMemory(bytes.data(), bytes.size());
 }
 
-void FreeWiped(void* memory) {
-  if (memory != nullptr) SecureZeroMemory(memory, _msize(memory));
-  std::free(memory);
-}
-
-void* ReallocateWiped(void* memory, std::size_t size) {
-  if (memory == nullptr) return std::malloc(size);
-  const std::size_t before = _msize(memory);
-  if (size <= before && size > before / 2) return memory;
-  void* other = std::malloc(size);
-  if (other == nullptr) return nullptr;
-  std::memcpy(other, memory, std::min(size, before));
-  FreeWiped(memory);
-  return other;
-}
+std::size_t UsableBytes(void* memory) { return memory == nullptr ? 0 : _msize(memory); }
 
 void KeepMemoryPrivate() {
   // No report of a crash, which would hold the memory.

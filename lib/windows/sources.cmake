@@ -1,6 +1,6 @@
 set(system_sources
-  windows/channel_client.cpp
-  windows/channel_server.cpp
+  windows/channel_desk.cpp
+  windows/channel_wire.cpp
   windows/code_page_table.cpp
   windows/command_line.cpp
   windows/copy_range.cpp
@@ -21,13 +21,13 @@ set(system_sources
   windows/settings_file.cpp
   windows/shell.cpp
   windows/single_copy.cpp
-  windows/sockets.cpp
+  windows/socket_calls.cpp
   windows/system_error.cpp
   windows/terminal.cpp
   windows/wide.cpp
 )
 set(system_tests
-  windows/channel_test.cpp
+  windows/channel_dde_test.cpp
   windows/local_offset_test.cpp
   windows/native_path_test.cpp
 )

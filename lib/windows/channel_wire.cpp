@@ -1,11 +1,11 @@
+#include "lib/channel_wire.h"
+
 #include <condition_variable>
-#include <deque>
 #include <mutex>
 #include <system_error>
 #include <thread>
 
 #include "lib/channel.h"
-#include "lib/channel_frame.h"
 #include "lib/secret.h"
 #include "lib/windows/dde.h"
 #include "lib/windows/handle.h"
@@ -15,8 +15,6 @@ namespace zelkor::lib {
 using std::chrono::milliseconds;
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
 
 // What the thread of a conversation and its owner share. The thread may outlive the owner for a while, in a call that
 // waits for a server which does not answer.
@@ -69,6 +67,7 @@ class Talker {
         Look();
         Write();
       });
+      Write();  // the last words
       if (talk_ != nullptr) DdeDisconnect(talk_);
     }
     DdeUninitialize(instance_);
@@ -174,159 +173,66 @@ void Talk(const std::shared_ptr<Conversation>& conversation) {
   conversation->ended.notify_all();
 }
 
-Status NobodyServes(std::string_view programDir) {
-  return {Cause::NotFound, "Nobody serves the local link of [" + std::string(programDir) + "]"};
-}
+class DdeWire : public ChannelWire {
+ public:
+  using Stage = Conversation::Stage;
 
-Status NoAnswer() { return {Cause::Failed, "The networking program does not answer"}; }
-
-milliseconds Left(Clock::time_point end) {
-  return std::max(milliseconds(0), std::chrono::ceil<milliseconds>(end - Clock::now()));
-}
-
-std::optional<ChannelEvent::Kind> EventKind(FrameKind kind) {
-  switch (kind) {
-    case FrameKind::Taken:
-      return ChannelEvent::Kind::Taken;
-    case FrameKind::Working:
-      return ChannelEvent::Kind::Working;
-    case FrameKind::Reply:
-      return ChannelEvent::Kind::Reply;
-    case FrameKind::Push:
-      return ChannelEvent::Kind::Push;
-    case FrameKind::Progress:
-      return ChannelEvent::Kind::Progress;
-    case FrameKind::Open:
-    case FrameKind::Execute:
-    case FrameKind::Handled:
-      break;
-  }
-  return std::nullopt;
-}
-
-}  // namespace
-
-struct ChannelClient::State {
-  ~State() {
-    if (!conversation) return;
-    conversation->ending = true;
-    SetEvent(conversation->wake.Get());
+  explicit DdeWire(std::shared_ptr<Conversation> conversation) : conversation_(std::move(conversation)) {}
+  ~DdeWire() override {
+    conversation_->ending = true;
+    SetEvent(conversation_->wake.Get());
     // A farewell reaches the server at once, unless it does not answer: then nobody waits for the thread.
-    std::unique_lock lock(conversation->mutex);
-    conversation->ended.wait_for(lock, std::chrono::seconds(1), [&] { return conversation->over; });
+    std::unique_lock lock(conversation_->mutex);
+    conversation_->ended.wait_for(lock, std::chrono::seconds(1), [&] { return conversation_->over; });
   }
+  DdeWire(const DdeWire&) = delete;
+  DdeWire& operator=(const DdeWire&) = delete;
 
-  void Send(FrameKind kind, std::uint32_t number, std::string_view text) const {
+  [[nodiscard]] Stage Now() const { return stage_; }
+  [[nodiscard]] bool IsOpen() const override { return stage_ == Stage::Open && !reader_.Broken(); }
+  void Send(FrameKind kind, std::uint32_t number, std::string_view text) override {
     std::string frame = EncodeFrame(kind, number, text);
     const WipedAtEnd wiped(frame);
     {
-      const std::lock_guard lock(conversation->mutex);
-      AppendWiped(conversation->out, frame);
+      const std::lock_guard lock(conversation_->mutex);
+      AppendWiped(conversation_->out, frame);
     }
-    SetEvent(conversation->wake.Get());
+    SetEvent(conversation_->wake.Get());
   }
-  // Takes what came; returns the stage.
-  Conversation::Stage Read() {
-    conversation->news.Clear();
-    const std::lock_guard lock(conversation->mutex);
-    reader.Add(conversation->in);
-    Wipe(conversation->in);
-    return conversation->stage;
-  }
-  void Await(milliseconds patience) const {
-    Awaited awaited{.handle = conversation->news.ReadyHandle(), .wantRead = true};
+  void Turn(milliseconds patience) override {
+    Awaited awaited{.handle = conversation_->news.ReadyHandle(), .wantRead = true};
     WaitUntilReady({&awaited, 1}, patience);
+    conversation_->news.Clear();
+    const std::lock_guard lock(conversation_->mutex);
+    reader_.Add(conversation_->in);
+    Wipe(conversation_->in);
+    stage_ = conversation_->stage;
   }
-  Status Greet(Clock::time_point end);
+  [[nodiscard]] std::optional<Frame> Next() override { return reader_.Next(); }
 
-  std::shared_ptr<Conversation> conversation;
-  FrameReader reader;
-  std::deque<ChannelEvent> events;
-  bool open = false;
-  bool closedTold = false;
+ private:
+  std::shared_ptr<Conversation> conversation_;
+  FrameReader reader_;
+  Stage stage_ = Stage::Connecting;
 };
 
-// The greeting that shows that somebody is awake at the other end.
-Status ChannelClient::State::Greet(Clock::time_point end) {
-  Send(FrameKind::Open, kFrameVersion, {});
-  for (;;) {
-    const Conversation::Stage stage = Read();
-    if (const std::optional<Frame> frame = reader.Next()) {
-      if (frame->kind != FrameKind::Open || frame->number != kFrameVersion) {
-        return {Cause::Failed, "The networking program is of another version"};
-      }
-      open = true;
-      return {};
-    }
-    if (stage == Conversation::Stage::Closed) {
-      return {Cause::Failed, "The networking program closed the local link"};
-    }
-    if (Clock::now() >= end) return NoAnswer();
-    Await(Left(end));
-  }
-}
+}  // namespace
 
-ChannelClient::ChannelClient() : state_(std::make_unique<State>()) {}
-ChannelClient::~ChannelClient() = default;
-
-Result<std::unique_ptr<ChannelClient>> ChannelClient::Connect(std::string_view programDir, milliseconds patience) {
-  const Clock::time_point end = Clock::now() + patience;
-  auto client = std::make_unique<ChannelClient>();
-  State& state = *client->state_;
-  state.conversation = std::make_shared<Conversation>();
-  state.conversation->topic = windows::DdeTopicOf(programDir);
+Result<std::unique_ptr<ChannelWire>> ChannelWire::Connect(std::string_view programDir, Clock::time_point end) {
+  auto conversation = std::make_shared<Conversation>();
+  conversation->topic = windows::DdeTopicOf(programDir);
   try {
-    std::thread(Talk, state.conversation).detach();
+    std::thread(Talk, conversation).detach();
   } catch (const std::system_error&) {
-    state.conversation.reset();
-    return NoAnswer();
+    return NoChannelAnswer();
   }
-  for (;;) {
-    const Conversation::Stage stage = state.Read();
-    if (stage == Conversation::Stage::NotFound) return NobodyServes(programDir);
-    if (stage != Conversation::Stage::Connecting) break;
-    if (Clock::now() >= end) return NoAnswer();
-    state.Await(Left(end));
+  auto wire = std::make_unique<DdeWire>(std::move(conversation));
+  while (wire->Now() == DdeWire::Stage::Connecting) {
+    if (Clock::now() >= end) return NoChannelAnswer();
+    wire->Turn(TimeLeft(end));
   }
-  if (const Status greeted = state.Greet(end); !greeted.Ok()) return greeted;
-  return client;
-}
-
-bool ChannelClient::IsOpen() const { return state_->open; }
-
-Status ChannelClient::Execute(std::uint32_t number, std::string_view command) {
-  if (command.size() > kMostChannelText) return {Cause::Damaged, "The command is too long"};
-  if (!IsOpen()) return {Cause::Failed, "The local link is closed"};
-  state_->Send(FrameKind::Execute, number, command);
-  return {};
-}
-
-void ChannelClient::Handled(std::uint32_t number) {
-  if (IsOpen()) state_->Send(FrameKind::Handled, number, {});
-}
-
-void ChannelClient::Turn(milliseconds patience) {
-  State& state = *state_;
-  if (state.open) {
-    state.Await(patience);
-    const Conversation::Stage stage = state.Read();
-    while (std::optional<Frame> frame = state.reader.Next()) {
-      const std::optional<ChannelEvent::Kind> kind = EventKind(frame->kind);
-      if (kind) state.events.push_back({*kind, frame->number, std::move(frame->text)});
-    }
-    if (stage == Conversation::Stage::Closed || state.reader.Broken()) state.open = false;
-  }
-  if (!state.open && !state.closedTold) {
-    state.closedTold = true;
-    state.events.push_back({});
-  }
-}
-
-std::optional<ChannelEvent> ChannelClient::Next() {
-  if (state_->events.empty()) return std::nullopt;
-  ChannelEvent event = std::move(state_->events.front());
-  state_->events.pop_front();
-  return event;
+  if (wire->Now() == DdeWire::Stage::NotFound) return NobodyServesChannel(programDir);
+  return Result<std::unique_ptr<ChannelWire>>(std::move(wire));
 }
 
 }  // namespace zelkor::lib

@@ -1,3 +1,5 @@
+#include "lib/channel_desk.h"
+
 #include <deque>
 #include <map>
 #include <mutex>
@@ -5,20 +7,13 @@
 #include <thread>
 #include <vector>
 
-#include "lib/channel.h"
-#include "lib/channel_frame.h"
 #include "lib/secret.h"
-#include "lib/single_copy.h"
 #include "lib/windows/dde.h"
 #include "lib/windows/handle.h"
 
 namespace zelkor::lib {
 
 namespace {
-
-// More clients than anybody has; more bytes than a client that listens leaves waiting.
-constexpr std::size_t kMostClients = 16;
-constexpr std::size_t kMostWaitingBytes = std::size_t{8} << 20;
 
 // One conversation, as the thread that has it and the server share it.
 struct Client {
@@ -80,9 +75,13 @@ class Listener {
       plainTopic_ = &plainTopic;
       item_ = &item;
       desk_.works = DdeNameService(instance_, application.Get(), nullptr, DNS_REGISTER) != nullptr;
+      // Wine forgets the item's name with the first of two messages that are on their way, unless somebody keeps it.
+      const ATOM kept = GlobalAddAtomA(windows::kDdeItem);
       SetEvent(desk_.begun.Get());
       windows::PumpMessages(desk_.wake.Get(), desk_.ending, INFINITE, [this] { Work(); });
+      Work();  // the last words
       DdeNameService(instance_, application.Get(), nullptr, DNS_UNREGISTER);
+      GlobalDeleteAtom(kept);
     }
     DdeUninitialize(instance_);
   }
@@ -125,7 +124,7 @@ class Listener {
   bool Connects(HSZ topic, HSZ application) {
     if (!application_->Is(application) || (!topic_->Is(topic) && !plainTopic_->Is(topic))) return false;
     const std::lock_guard lock(desk_.mutex);
-    return desk_.clients.size() < kMostClients;
+    return desk_.clients.size() < ChannelDesk::kMostClients;
   }
 
   void Connected(HCONV talk, bool plain) {
@@ -248,37 +247,54 @@ class Listener {
   const windows::DdeString* item_ = nullptr;
 };
 
-}  // namespace
-
-struct ChannelServer::State {
-  explicit State(std::string_view programDir) : copy(programDir, "vandry") {}
-  ~State() {
-    desk.ending = true;
-    SetEvent(desk.wake.Get());
-    if (thread.joinable()) thread.join();
+class DdeDesk : public ChannelDesk {
+ public:
+  DdeDesk() = default;
+  ~DdeDesk() override {
+    desk_.ending = true;
+    SetEvent(desk_.wake.Get());
+    if (thread_.joinable()) thread_.join();
   }
-  State(const State&) = delete;
-  State& operator=(const State&) = delete;
+  DdeDesk(const DdeDesk&) = delete;
+  DdeDesk& operator=(const DdeDesk&) = delete;
 
+  Status Listen(std::string_view programDir);
+  [[nodiscard]] Handle ReadyHandle() const override { return desk_.news.ReadyHandle(); }
+  void Turn() override;
+  void Send(ChannelClientId id, FrameKind kind, std::uint32_t number, std::string_view text) override;
+  void Close(ChannelClientId id) override;
+  // The thread tells of them.
+  void Sweep() override {}
+
+ private:
   void Serve(ChannelClientId id, Client& client);
-  void Send(ChannelClientId id, FrameKind kind, std::uint32_t number, std::string_view text);
 
-  SingleCopy copy;
-  Desk desk;
-  std::thread thread;
-  std::uint32_t lastNumber = 0;  // of the commands of those who give none
-  std::deque<ChannelRequest> requests;
+  Desk desk_;
+  std::thread thread_;
+  std::uint32_t lastNumber_ = 0;  // of the commands of those who give none
 };
 
+Status DdeDesk::Listen(std::string_view programDir) {
+  desk_.topic = windows::DdeTopicOf(programDir);
+  try {
+    thread_ = std::thread([this] { Listener(desk_).Run(); });
+  } catch (const std::system_error&) {
+    return {Cause::Failed, "The local link can not be served"};
+  }
+  WaitForSingleObject(desk_.begun.Get(), INFINITE);
+  if (!desk_.works) return {Cause::Failed, "The local link can not be served: there is no DDE"};
+  return {};
+}
+
 // With the desk locked.
-void ChannelServer::State::Serve(ChannelClientId id, Client& client) {
+void DdeDesk::Serve(ChannelClientId id, Client& client) {
   if (client.plain) {
     if (client.open && !client.openTold) {
       client.openTold = true;
-      requests.push_back({.kind = ChannelRequest::Kind::Opened, .client = id});
+      Request({.kind = ChannelRequest::Kind::Opened, .client = id});
     }
     for (std::string& command : client.commands) {
-      requests.push_back({ChannelRequest::Kind::Execute, id, ++lastNumber, std::move(command)});
+      Request({ChannelRequest::Kind::Execute, id, ++lastNumber_, std::move(command)});
     }
     client.commands.clear();
     return;
@@ -286,37 +302,31 @@ void ChannelServer::State::Serve(ChannelClientId id, Client& client) {
   client.reader.Add(client.in);
   Wipe(client.in);
   while (std::optional<Frame> frame = client.reader.Next()) {
-    if (!client.open) {
-      // Of the other version no more is known than that this one can not talk to it; the answer says so to it.
+    const Heard heard = Hear(id, client.open, std::move(*frame));
+    if (heard != Heard::Request) {
       client.out += EncodeFrame(FrameKind::Open, kFrameVersion, {});
-      SetEvent(desk.wake.Get());
-      if (frame->kind != FrameKind::Open || frame->number != kFrameVersion) {
-        client.closing = true;
-        break;
-      }
-      client.open = true;
-      requests.push_back({.kind = ChannelRequest::Kind::Opened, .client = id});
-    } else if (frame->kind == FrameKind::Execute) {
-      requests.push_back({ChannelRequest::Kind::Execute, id, frame->number, std::move(frame->text)});
-    } else if (frame->kind == FrameKind::Handled) {
-      requests.push_back({.kind = ChannelRequest::Kind::Handled, .client = id, .number = frame->number});
+      SetEvent(desk_.wake.Get());
+    }
+    if (heard == Heard::Stranger) {
+      client.closing = true;
+      break;
     }
   }
   if (client.reader.Broken()) client.closing = true;
 }
 
-void ChannelServer::State::Send(ChannelClientId id, FrameKind kind, std::uint32_t number, std::string_view text) {
-  const std::lock_guard lock(desk.mutex);
-  const auto found = desk.clients.find(id);
-  if (found == desk.clients.end() || found->second.ended || found->second.closing) return;
+void DdeDesk::Send(ChannelClientId id, FrameKind kind, std::uint32_t number, std::string_view text) {
+  const std::lock_guard lock(desk_.mutex);
+  const auto found = desk_.clients.find(id);
+  if (found == desk_.clients.end() || found->second.ended || found->second.closing) return;
   Client& client = found->second;
   if (client.plain) {
     // The library has acknowledged the command already.
     if (kind != FrameKind::Reply && kind != FrameKind::Push) return;
     client.texts.emplace_back(text);
     if (kind == FrameKind::Push) {
-      requests.push_back({.kind = ChannelRequest::Kind::Handled, .client = id, .number = number});
-      desk.news.Signal();
+      Request({.kind = ChannelRequest::Kind::Handled, .client = id, .number = number});
+      desk_.news.Signal();
     }
   } else {
     std::string frame = EncodeFrame(kind, number, text);
@@ -324,78 +334,40 @@ void ChannelServer::State::Send(ChannelClientId id, FrameKind kind, std::uint32_
     Wipe(frame);
     if (client.out.size() > kMostWaitingBytes) client.closing = true;
   }
-  SetEvent(desk.wake.Get());
+  SetEvent(desk_.wake.Get());
 }
 
-ChannelServer::ChannelServer() = default;
-ChannelServer::~ChannelServer() = default;
-
-Result<std::unique_ptr<ChannelServer>> ChannelServer::Listen(std::string_view programDir) {
-  auto server = std::make_unique<ChannelServer>();
-  server->state_ = std::make_unique<State>(programDir);
-  State& state = *server->state_;
-  if (!state.copy.First()) {
-    return Status(Cause::Exists, "The local link of [" + std::string(programDir) + "] is served already");
-  }
-  state.desk.topic = windows::DdeTopicOf(programDir);
-  try {
-    state.thread = std::thread([&state] { Listener(state.desk).Run(); });
-  } catch (const std::system_error&) {
-    return Status(Cause::Failed, "The local link can not be served");
-  }
-  WaitForSingleObject(state.desk.begun.Get(), INFINITE);
-  if (!state.desk.works) return Status(Cause::Failed, "The local link can not be served: there is no DDE");
-  return server;
-}
-
-Handle ChannelServer::ReadyHandle() const { return state_->desk.news.ReadyHandle(); }
-
-void ChannelServer::Turn() {
-  State& state = *state_;
-  state.desk.news.Clear();
-  const std::lock_guard lock(state.desk.mutex);
-  for (auto it = state.desk.clients.begin(); it != state.desk.clients.end();) {
+void DdeDesk::Turn() {
+  desk_.news.Clear();
+  const std::lock_guard lock(desk_.mutex);
+  for (auto it = desk_.clients.begin(); it != desk_.clients.end();) {
     auto& [id, client] = *it;
-    state.Serve(id, client);
+    Serve(id, client);
     if (!client.ended) {
       ++it;
       continue;
     }
-    if (client.open) state.requests.push_back({.kind = ChannelRequest::Kind::Closed, .client = id});
-    it = state.desk.clients.erase(it);
+    if (client.open) Request({.kind = ChannelRequest::Kind::Closed, .client = id});
+    it = desk_.clients.erase(it);
   }
 }
 
-std::optional<ChannelRequest> ChannelServer::Next() {
-  if (state_->requests.empty()) return std::nullopt;
-  ChannelRequest request = std::move(state_->requests.front());
-  state_->requests.pop_front();
-  return request;
-}
-
-void ChannelServer::Taken(ChannelClientId client, std::uint32_t number) {
-  state_->Send(client, FrameKind::Taken, number, {});
-}
-void ChannelServer::Working(ChannelClientId client, std::uint32_t number) {
-  state_->Send(client, FrameKind::Working, number, {});
-}
-void ChannelServer::Reply(ChannelClientId client, std::uint32_t number, std::string_view text) {
-  state_->Send(client, FrameKind::Reply, number, text);
-}
-void ChannelServer::Push(ChannelClientId client, std::uint32_t number, std::string_view text) {
-  state_->Send(client, FrameKind::Push, number, text);
-}
-void ChannelServer::Progress(ChannelClientId client, std::string_view text) {
-  state_->Send(client, FrameKind::Progress, 0, text);
-}
-void ChannelServer::Close(ChannelClientId client) {
+void DdeDesk::Close(ChannelClientId id) {
   {
-    const std::lock_guard lock(state_->desk.mutex);
-    const auto found = state_->desk.clients.find(client);
-    if (found == state_->desk.clients.end()) return;
+    const std::lock_guard lock(desk_.mutex);
+    const auto found = desk_.clients.find(id);
+    if (found == desk_.clients.end()) return;
     found->second.closing = true;
   }
-  SetEvent(state_->desk.wake.Get());
+  SetEvent(desk_.wake.Get());
+}
+
+}  // namespace
+
+Result<std::unique_ptr<ChannelDesk>> ChannelDesk::Open(std::string_view programDir) {
+  auto desk = std::make_unique<DdeDesk>();
+  if (const Status opened = desk->Listen(programDir); !opened.Ok()) return opened;
+  return Result<std::unique_ptr<ChannelDesk>>(std::move(desk));
 }
 
 }  // namespace zelkor::lib

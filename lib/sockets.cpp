@@ -6,65 +6,18 @@
 #include <system_error>
 #include <thread>
 
-#include "lib/windows/winsock.h"
+#include "socket_calls.h"
 
 namespace zelkor::lib {
 
-namespace windows {
-
-void UseWinsock() {
-  static const int failed = [] {
-    WSADATA told{};
-    return WSAStartup(MAKEWORD(2, 2), &told);
-  }();
-  static_cast<void>(failed);  // what is called then fails by itself
-}
-
-}  // namespace windows
-
 namespace {
-
-using windows::Native;
-using windows::UseWinsock;
 
 // Connections that may wait to be accepted.
 constexpr int kBacklog = 32;
 
-// The system's own words come in its language: the common errors in those that other systems have for them.
-std::string Words(int error) {
-  const auto common = [error]() -> std::errc {
-    switch (error) {
-      case WSAECONNREFUSED:
-        return std::errc::connection_refused;
-      case WSAETIMEDOUT:
-        return std::errc::timed_out;
-      case WSAENETUNREACH:
-        return std::errc::network_unreachable;
-      case WSAEHOSTUNREACH:
-        return std::errc::host_unreachable;
-      case WSAEADDRINUSE:
-        return std::errc::address_in_use;
-      case WSAEADDRNOTAVAIL:
-        return std::errc::address_not_available;
-      case WSAEACCES:
-        return std::errc::permission_denied;
-      case WSAECONNRESET:
-        return std::errc::connection_reset;
-      case WSAECONNABORTED:
-        return std::errc::connection_aborted;
-      case WSAENETDOWN:
-        return std::errc::network_down;
-      case WSAEAFNOSUPPORT:
-        return std::errc::address_family_not_supported;
-      default:
-        return {};
-    }
-  }();
-  if (common == std::errc()) return "error " + std::to_string(error);
-  return std::generic_category().message(static_cast<int>(common));
+Status NetworkFailure(const std::string& what, int error) {
+  return {Cause::Failed, what + ": " + SocketErrorWords(error)};
 }
-
-Status NetworkFailure(const std::string& what, int error) { return {Cause::Failed, what + ": " + Words(error)}; }
 
 struct AddressList {
   AddressList() = default;
@@ -78,7 +31,7 @@ struct AddressList {
 };
 
 int LookUp(const std::string& host, std::uint16_t port, int flags, std::vector<SocketAddress>& found) {
-  UseWinsock();
+  PrepareSockets();
   addrinfo hints{};
   hints.ai_family = AF_UNSPEC;
   hints.ai_socktype = SOCK_STREAM;
@@ -92,31 +45,29 @@ int LookUp(const std::string& host, std::uint16_t port, int flags, std::vector<S
   return found.empty() ? EAI_NONAME : 0;
 }
 
-void DoNotBlock(SOCKET socket) {
-  u_long on = 1;
-  ioctlsocket(socket, static_cast<long>(FIONBIO), &on);
-}
-
-Socket NewSocket(int family) {
-  UseWinsock();
-  const SOCKET made =
-      WSASocketW(family, SOCK_STREAM, IPPROTO_TCP, nullptr, 0, WSA_FLAG_OVERLAPPED | WSA_FLAG_NO_HANDLE_INHERIT);
-  if (made == INVALID_SOCKET) return {};
-  DoNotBlock(made);
-  return Socket(static_cast<Handle>(made));
-}
-
-void SetOption(const Socket& socket, int level, int option, int value) {
-  setsockopt(Native(socket.Get()), level, option, reinterpret_cast<const char*>(&value), sizeof value);
+template <class Value>
+void SetOption(const Socket& socket, int level, int option, const Value& value) {
+  setsockopt(NativeSocket(socket.Get()), level, option, reinterpret_cast<const char*>(&value), sizeof value);
 }
 
 // Small frames go out at once.
 void SendAtOnce(const Socket& socket) { SetOption(socket, IPPROTO_TCP, TCP_NODELAY, 1); }
 
+// An address as the system's calls take it.
+struct NativeAddress {
+  explicit NativeAddress(const SocketAddress& address) : size(static_cast<socklen_t>(address.Size())) {
+    std::memcpy(&storage, address.Bytes(), address.Size());
+  }
+  [[nodiscard]] const sockaddr* Get() const { return reinterpret_cast<const sockaddr*>(&storage); }
+
+  sockaddr_storage storage{};
+  socklen_t size;
+};
+
 }  // namespace
 
 void Socket::Close() {
-  if (handle_ != kNoHandle) closesocket(Native(std::exchange(handle_, kNoHandle)));
+  if (handle_ != kNoHandle) CloseSocket(std::exchange(handle_, kNoHandle));
 }
 
 SocketAddress::SocketAddress(const void* bytes, std::size_t size) : size_(std::min(size, kMostBytes)) {
@@ -125,7 +76,7 @@ SocketAddress::SocketAddress(const void* bytes, std::size_t size) : size_(std::m
 }
 
 std::string SocketAddress::Host() const {
-  UseWinsock();
+  PrepareSockets();
   sockaddr_storage address{};
   std::memcpy(&address, bytes_.data(), size_);
   auto size = static_cast<socklen_t>(size_);
@@ -141,8 +92,8 @@ std::string SocketAddress::Host() const {
     }
   }
   std::array<char, NI_MAXHOST> host{};
-  if (getnameinfo(reinterpret_cast<const sockaddr*>(&address), size, host.data(), static_cast<DWORD>(host.size()),
-                  nullptr, 0, NI_NUMERICHOST) != 0) {
+  if (getnameinfo(reinterpret_cast<const sockaddr*>(&address), size, host.data(), host.size(), nullptr, 0,
+                  NI_NUMERICHOST) != 0) {
     return {};
   }
   return host.data();
@@ -163,7 +114,7 @@ std::optional<SocketAddress> NumericAddress(const std::string& host, std::uint16
 }
 
 std::vector<SocketAddress> AnyAddress(std::uint16_t port) {
-  UseWinsock();
+  PrepareSockets();
   sockaddr_in6 six{};
   six.sin6_family = AF_INET6;
   six.sin6_port = htons(port);
@@ -194,6 +145,7 @@ HostLookup::HostLookup(const std::string& host, std::uint16_t port) : state_(std
     state->over.Signal();
   };
   try {
+    const SignalsAside aside;
     std::thread(look).detach();
   } catch (const std::system_error&) {
     look();
@@ -211,72 +163,67 @@ Result<std::vector<SocketAddress>> HostLookup::Found() const {
 }
 
 Result<Socket> ListenOn(const SocketAddress& address) {
-  sockaddr_storage native{};
-  std::memcpy(&native, address.Bytes(), address.Size());
+  const NativeAddress native(address);
   const std::string what = "Can not listen on " + address.Host() + " port " + std::to_string(address.Port());
-  Socket made = NewSocket(native.ss_family);
-  if (!made.IsOpen()) return NetworkFailure(what, WSAGetLastError());
-  // After a restart the port can be taken again anyway; nobody else shall be able to take it meanwhile.
-  SetOption(made, SOL_SOCKET, SO_EXCLUSIVEADDRUSE, 1);
-  if (native.ss_family == AF_INET6) {
+  Socket made = NewSocket(native.storage.ss_family);
+  if (!made.IsOpen()) return NetworkFailure(what, LastSocketError());
+  SetOption(made, SOL_SOCKET, kTakePort, 1);
+  if (native.storage.ss_family == AF_INET6) {
     // Every interface means IPv4 too; an IPv6 address that was named means itself.
-    const int only = IN6_IS_ADDR_UNSPECIFIED(&reinterpret_cast<const sockaddr_in6&>(native).sin6_addr) ? 0 : 1;
-    SetOption(made, IPPROTO_IPV6, IPV6_V6ONLY, only);
+    const in6_addr& interface6 = reinterpret_cast<const sockaddr_in6&>(native.storage).sin6_addr;
+    SetOption(made, IPPROTO_IPV6, IPV6_V6ONLY, IN6_IS_ADDR_UNSPECIFIED(&interface6) ? 0 : 1);
   }
-  if (bind(Native(made.Get()), reinterpret_cast<const sockaddr*>(&native), static_cast<int>(address.Size())) != 0 ||
-      listen(Native(made.Get()), kBacklog) != 0) {
-    return NetworkFailure(what, WSAGetLastError());
+  if (bind(NativeSocket(made.Get()), native.Get(), native.size) != 0 ||
+      listen(NativeSocket(made.Get()), kBacklog) != 0) {
+    return NetworkFailure(what, LastSocketError());
   }
   return made;
 }
 
 std::uint16_t LocalPort(const Socket& socket) {
   sockaddr_storage native{};
-  int size = sizeof native;
-  if (getsockname(Native(socket.Get()), reinterpret_cast<sockaddr*>(&native), &size) != 0) return 0;
+  socklen_t size = sizeof native;
+  if (getsockname(NativeSocket(socket.Get()), reinterpret_cast<sockaddr*>(&native), &size) != 0) return 0;
   return SocketAddress(&native, static_cast<std::size_t>(size)).Port();
 }
 
 std::optional<AcceptedConnection> AcceptConnection(const Socket& listening) {
   sockaddr_storage native{};
-  int size = sizeof native;
-  const SOCKET accepted = accept(Native(listening.Get()), reinterpret_cast<sockaddr*>(&native), &size);
-  if (accepted == INVALID_SOCKET) return std::nullopt;
-  DoNotBlock(accepted);
-  // A socket is a handle in the type of a number.
-  // NOLINTNEXTLINE(performance-no-int-to-ptr)
-  SetHandleInformation(reinterpret_cast<HANDLE>(accepted), HANDLE_FLAG_INHERIT, 0);
-  AcceptedConnection connection{.socket = Socket(static_cast<Handle>(accepted)),
-                                .from = SocketAddress(&native, static_cast<std::size_t>(size))};
-  SendAtOnce(connection.socket);
-  return connection;
+  socklen_t size = sizeof native;
+  Socket accepted = AcceptSocket(listening.Get(), reinterpret_cast<sockaddr*>(&native), &size);
+  if (!accepted.IsOpen()) return std::nullopt;
+  SendAtOnce(accepted);
+  return AcceptedConnection{.socket = std::move(accepted),
+                            .from = SocketAddress(&native, static_cast<std::size_t>(size))};
 }
 
 Result<Socket> StartConnecting(const SocketAddress& address) {
-  sockaddr_storage native{};
-  std::memcpy(&native, address.Bytes(), address.Size());
+  const NativeAddress native(address);
   const std::string what = "Can not connect to " + address.Host() + " port " + std::to_string(address.Port());
-  Socket made = NewSocket(native.ss_family);
-  if (!made.IsOpen()) return NetworkFailure(what, WSAGetLastError());
+  Socket made = NewSocket(native.storage.ss_family);
+  if (!made.IsOpen()) return NetworkFailure(what, LastSocketError());
   SendAtOnce(made);
-  if (connect(Native(made.Get()), reinterpret_cast<const sockaddr*>(&native), static_cast<int>(address.Size())) != 0) {
-    const int error = WSAGetLastError();
-    if (error != WSAEWOULDBLOCK && error != WSAEINPROGRESS) return NetworkFailure(what, error);
+  if (connect(NativeSocket(made.Get()), native.Get(), native.size) != 0) {
+    if (const int error = LastSocketError(); !GoesOn(error)) return NetworkFailure(what, error);
   }
   return made;
 }
 
+void ForgetSocketError() { SetSocketError(0); }
+
+std::string SocketErrorSaid() {
+  const int error = LastSocketError();
+  return IsSocketError(error) ? SocketErrorWords(error) : std::string();
+}
+
 Status ConnectOutcome(const Socket& socket) {
   int error = 0;
-  int size = sizeof error;
-  if (getsockopt(Native(socket.Get()), SOL_SOCKET, SO_ERROR, reinterpret_cast<char*>(&error), &size) != 0) {
-    error = WSAGetLastError();
+  socklen_t size = sizeof error;
+  if (getsockopt(NativeSocket(socket.Get()), SOL_SOCKET, SO_ERROR, reinterpret_cast<char*>(&error), &size) != 0) {
+    error = LastSocketError();
   }
   if (error == 0) return {};
   return NetworkFailure("Can not connect", error);
 }
-
-// Here such a write fails anyway.
-void SurviveBrokenConnections() {}
 
 }  // namespace zelkor::lib
