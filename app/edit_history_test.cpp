@@ -145,7 +145,7 @@ TEST_F(EditHistoryTest, LeadsBackThroughAnyChangesAndForthAgain) {
   const auto below = [&random](std::size_t most) {
     return std::uniform_int_distribution<std::size_t>(0, most)(random);
   };
-  std::vector<std::wstring> texts{L""};
+  std::vector<std::wstring> texts(1);
   for (int i = 0; i < 300; ++i) {
     std::wstring text = text_;
     const std::size_t at = below(text.size());

@@ -16,18 +16,13 @@ namespace {
 constexpr std::string_view kWithSubdirectories = "+- ";
 constexpr std::string_view kLineEnd = "\r\n";
 
-lib::Status OutsideCodePage(std::string_view utf8) {
-  return {lib::Cause::Refused,
-          "The name \"" + lib::FromUtf8Lossy(utf8) + "\" can not be used: it holds a character outside the code page"};
-}
-
 // A native path in the program's form. Wildcards are no part of a native name, so they are kept apart from it.
 lib::Result<std::string> FromNativeLine(std::string_view line) {
   const std::size_t slash = line.rfind('/');
   const std::string_view last = line.substr(slash + 1);
   if (last.find_first_of("*?") == std::string_view::npos) return lib::FromNative(line);
-  const std::optional<std::string> wildcard = lib::FromUtf8(last);
-  if (!wildcard) return OutsideCodePage(last);
+  const lib::Result<std::string> wildcard = lib::TextFromNative(last);
+  if (!wildcard.Ok()) return wildcard;
   const lib::Result<std::string> directory = lib::FromNative(slash == 0 ? "/" : line.substr(0, slash));
   if (!directory.Ok()) return directory.Failure();
   return lib::SlashPath(*directory) + *wildcard;
@@ -57,7 +52,7 @@ TypedSelection TakeTyped(std::string_view utf8) {
       AddLine(taken.utf8, typed);
       const bool told = path.starts_with('/');
       line = lib::FromUtf8(typed);
-      if (!line && !told) taken.refused.push_back(OutsideCodePage(path));
+      if (!line && !told) taken.refused.push_back(lib::TextFromNative(path).Failure());
     }
     if (line) AddLine(taken.selection, *line);
   }

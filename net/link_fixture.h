@@ -19,7 +19,7 @@ namespace zelkor::net {
 class LinkTest : public tests::Sandbox {
  protected:
   // Shorter than in earnest.
-  static constexpr std::chrono::milliseconds kPatience{400};
+  const std::chrono::milliseconds patience_ = tests::LinkPatience();
 
   // A Vandry that is running already.
   void Run(tests::FakeVandry::Script script = {}) {
@@ -41,7 +41,7 @@ class LinkTest : public tests::Sandbox {
       return connect(patience);
     };
     means.waitASecond = [this] { ++waits_; };
-    means.patience = kPatience;
+    means.patience = patience_;
     return means;
   }
   std::int16_t Send(const std::string& command, const std::string& caption = {}) {

@@ -66,24 +66,17 @@ TEST_F(LinkTest, DoesNotStartASecondVandryBesideOneThatDoesNotAnswer) {
 }
 
 TEST_F(LinkTest, FindsTheOwnVandryByTheSettings) {
-  // The program that is named tells what it was given, through a pipe that is read until it has ended.
-  const std::filesystem::path told = Root() / "told";
-  WriteNative(Root() / "a folder" / "other", "#!/bin/sh\necho \"$ZELKOR_DIR\" > '" + told.string() + ".new'\nmv '" +
-                                                 told.string() + ".new' '" + told.string() + "'\n");
-  std::filesystem::permissions(Root() / "a folder" / "other", std::filesystem::perms::owner_all);
-  WriteNative(SettingsFile(), "[Vandry]\nExe=" + (Root() / "a folder" / "other").string() + "\n");
+  const std::filesystem::path program = Root() / "a folder" / "other.exe";
+  tests::PutTellingProgram(program);
+  WriteNative(SettingsFile(), "[Vandry]\nExe=" + program.string() + "\n");
   EXPECT_EQ(RealLinkMeans(ProgramDir(), user_).launch(), 0);
-  for (int i = 0; i < 3000 && !std::filesystem::exists(told); ++i) std::this_thread::sleep_for(milliseconds(10));
-  EXPECT_EQ(ReadNative(told), ProgramFolder().string() + "\n");
+  EXPECT_EQ(tests::ToldBy(program), ProgramFolder().string() + "\n");
 }
 
 TEST_F(LinkTest, FindsTheOwnVandryBesideItsData) {
-  const std::filesystem::path told = Root() / "told";
-  WriteNative(ProgramFolder() / "vandry.exe", "#!/bin/sh\nmkdir '" + told.string() + "'\n");
-  std::filesystem::permissions(ProgramFolder() / "vandry.exe", std::filesystem::perms::owner_all);
+  tests::PutTellingProgram(ProgramFolder() / "vandry.exe");
   EXPECT_EQ(RealLinkMeans(ProgramDir(), user_).launch(), 0);
-  for (int i = 0; i < 3000 && !std::filesystem::exists(told); ++i) std::this_thread::sleep_for(milliseconds(10));
-  EXPECT_TRUE(std::filesystem::exists(told));
+  EXPECT_NE(tests::ToldBy(ProgramFolder() / "vandry.exe"), "");
 }
 
 TEST_F(LinkTest, ReportsNothingOfALaunchThatComesToNothing) {
@@ -229,7 +222,7 @@ TEST_F(LinkTest, NoticesThatVandryGoesWhileItIsWaitedFor) {
 
 TEST_F(LinkTest, WaitsForAVandryThatSaysThatItIsWorking) {
   Run();
-  vandry_->WorkBeforeTaking(3 * kPatience);
+  vandry_->WorkBeforeTaking(3 * patience_);
   EXPECT_EQ(Send("one"), 0);
 }
 

@@ -294,7 +294,7 @@ TEST_F(SyncCommandsTest, ExportsToTheSelectedTargetAndListsItsDate) {
 
 TEST_F(SyncCommandsTest, ARunGoesToTheFolderJustTyped) {
   fs::create_directory(Root() / "other");
-  Type(1, (Root() / "other").string());
+  Type(1, AsTyped(Root() / "other"));
   commands_.Sync_Export();
   EXPECT_TRUE(fs::exists(Root() / "other" / "laptop.cas"));
 }

@@ -18,16 +18,20 @@ constexpr int kMediaRow = 1;
 
 int Index(ConnectionType type) { return static_cast<int>(type); }
 
-// The folder of a File target as it is stored: a native path in the program's form, anything else as it stands.
-lib::Result<std::string> MediaFolder(std::string_view native) {
-  const std::string_view word = lib::Trim(native);
-  lib::Result<std::string> folder =
-      word.starts_with('/') ? lib::FromCommandLine(word, "/") : lib::Result<std::string>(lib::FromUtf8Lossy(word));
+// A folder that is not too long for a target, or why it can not be one.
+lib::Result<std::string> FittingFolder(lib::Result<std::string> folder) {
   if (folder.Ok() && folder->size() > TargetRec::kMediaPath.width) {
     return lib::Status(lib::Cause::Refused, "The folder \"" + *folder + "\" can not be used: a target holds " +
                                                 std::to_string(TargetRec::kMediaPath.width) + " characters of it");
   }
   return folder;
+}
+
+// The folder of a File target as it is stored: a native path in the program's form, anything else as it stands.
+lib::Result<std::string> MediaFolder(std::string_view typed) {
+  const std::string_view word = lib::Trim(typed);
+  if (!word.starts_with('/')) return FittingFolder(lib::FromUtf8Lossy(word));
+  return FittingFolder(lib::FromCommandLine(word, "/"));
 }
 
 }  // namespace
@@ -207,7 +211,7 @@ void TargetEditing::DefaultExclude_Click() {
 }
 
 void TargetEditing::TakeMediaFolder(std::string_view nativePath) {
-  const lib::Result<std::string> folder = MediaFolder(nativePath);
+  const lib::Result<std::string> folder = FittingFolder(lib::FromNative(nativePath));
   if (!folder.Ok()) {
     user_.Message(folder.Failure().Message(), lib::Icon::Critical);
     return;

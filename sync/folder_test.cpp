@@ -80,9 +80,17 @@ TEST_F(Folder, AFileThatIsNoSyncFileIsNamed) {
   EXPECT_EQ(foreign_, std::vector<std::string>{OnDriveZ(Path() / "lap.cas")});
 }
 
+TEST_F(Folder, AFileThatCanNotBeOpenedIsToldApart) {
+  Put("lap.cas", "office", 46000);
+  const tests::RefusingFile refusing(Path() / "lap01.cas", tests::RefusingFile::Refuses::Opening);
+  EXPECT_EQ(Waiting("lap", "office", {}), std::vector<std::string>{"lap.cas"});
+  EXPECT_TRUE(foreign_.empty());
+  EXPECT_EQ(unreadable_.size(), 1U);
+}
+
 TEST_F(Folder, AFileThatCanNotBeReadIsToldApart) {
   Put("lap.cas", "office", 46000);
-  fs::create_symlink("/proc/self/mem", Path() / "lap01.cas");  // a file whose start can not be read
+  const tests::RefusingFile refusing(Path() / "lap01.cas", tests::RefusingFile::Refuses::Reading);
   EXPECT_EQ(Waiting("lap", "office", {}), std::vector<std::string>{"lap.cas"});
   EXPECT_TRUE(foreign_.empty());
   EXPECT_EQ(unreadable_.size(), 1U);

@@ -1,7 +1,5 @@
 // Exports to and imports from an FTP server.
 
-#include <stdlib.h>  // NOLINT(modernize-deprecated-headers): setenv
-
 #include "lib/clock.h"
 #include "sync/export.h"
 #include "sync/import.h"
@@ -45,7 +43,7 @@ class Ftp : public tests::Networked {
   [[nodiscard]] std::vector<std::string> Waiting() const {
     std::vector<std::string> names;
     for (const auto& entry : fs::directory_iterator(Server())) {
-      if (entry.is_directory() || entry.file_size() > 0) names.push_back(entry.path().filename());
+      if (entry.is_directory() || entry.file_size() > 0) names.push_back(entry.path().filename().string());
     }
     return names;
   }
@@ -56,7 +54,7 @@ class Ftp : public tests::Networked {
   // Temporary files that are left.
   [[nodiscard]] std::vector<std::string> Leftovers() const {
     std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(Root() / "tmp")) names.push_back(entry.path().filename());
+    for (const auto& entry : fs::directory_iterator(Root() / "tmp")) names.push_back(entry.path().filename().string());
     return names;
   }
 

@@ -5,6 +5,7 @@
 #include "sync/export.h"
 #include "sync/import.h"
 #include "sync/synchronize.h"
+#include "tests/support/matches.h"
 #include "tests/support/networked.h"
 
 namespace zelkor::sync {
@@ -16,7 +17,6 @@ using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::MatchesRegex;
 using testing::Not;
 using testing::StartsWith;
 using tests::FakeVandry;
@@ -49,7 +49,7 @@ class Network : public tests::Networked {
 TEST_F(Network, HandsTheFileToVandryAndStoresNoDate) {
   AddItem("a.txt", "content");
   EXPECT_EQ(Export(), ExportResult::Sent);
-  EXPECT_THAT(vandry_->Commands(), ElementsAre(MatchesRegex("NetFileSend 10\\.0\\.0\\.2 office lap z:.*~sync.*")));
+  EXPECT_THAT(vandry_->Commands(), ElementsAre(tests::Matches("NetFileSend 10\\.0\\.0\\.2 office lap z:.*~sync.*")));
   EXPECT_THAT(Sent(), HasSubstr("content"));
   EXPECT_EQ(LastExport(), kOld);
   EXPECT_TRUE(fs::is_empty(Root() / "tmp") || !fs::exists(Root() / "tmp"));
@@ -206,8 +206,7 @@ TEST_F(Network, EndsAnUnattendedRunAsTheOtherComputerHasIt) {
 TEST_F(Network, EndsAConfirmedRunWithErrorsAsFailed) {
   AddItem("a.txt", "content");
   AddItem("gone.txt", "content");
-  fs::remove(Home() / "gone.txt");
-  fs::create_symlink(Home() / "gone.txt", Home() / "gone.txt");  // can not be opened
+  const tests::RefusingFile inUse(Home() / "gone.txt", tests::RefusingFile::Refuses::Opening);
   Waiting good(true);
   EXPECT_EQ(Synchronize(context_, "/syncexp:lap:\"\"", "/", &good), kStatusFailed);
   EXPECT_EQ(good.waited.size(), 1U);

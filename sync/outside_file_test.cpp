@@ -26,7 +26,7 @@ class OutsideFile : public tests::Sandbox {
     WriteNative(Home() / "plan.txt", "the plan");
     catalogue_.AddItem("Plan", "c:\\plan.txt");
     std::filesystem::create_directory(Stick());
-    EXPECT_EQ(ExportToTarget(context_, "lap", {.word = Stick().string(), .startDirectory = "/"}), ExportResult::Done);
+    EXPECT_EQ(ExportToTarget(context_, "lap", {.word = AsTyped(Stick()), .startDirectory = "/"}), ExportResult::Done);
     std::string bytes = ReadNative(Stick() / "lap.cas");
     bytes.replace(0, 8, "lap     ");
     WriteNative(Stick() / "from lap.cas", bytes);

@@ -2,8 +2,8 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <stdlib.h>  // NOLINT(modernize-deprecated-headers): setenv
-#include <time.h>    // NOLINT(modernize-deprecated-headers): tzset
+
+#include "tests/support/system.h"
 
 namespace zelkor::vandry {
 namespace {
@@ -87,26 +87,23 @@ TEST(FtpListing, PassesOverWhatItCanNotRead) {
   EXPECT_THAT(Parse("11-21-26\n11-21-26  02:15PM 5\n99-21-26  02:15PM 5 x\nsome words\n"), IsEmpty());
 }
 
-// Local time at the server's side of a machine listing is UTC; here it is two hours ahead of it.
+// Local time at the server's side of a machine listing is UTC; here it is two hours ahead of it, where that can be had.
 class FtpMachineListing : public testing::Test {
  protected:
-  FtpMachineListing() {
-    setenv("TZ", "EAST-2", 1);
-    tzset();
-  }
-  ~FtpMachineListing() override {
-    unsetenv("TZ");
-    tzset();
-  }
+  FtpMachineListing() : ahead_(tests::MoveToZone("EAST-2") ? 2 : 0) {}
+  ~FtpMachineListing() override { tests::LeaveZone(); }
+
+  const int ahead_;
 };
 
 TEST_F(FtpMachineListing, ReadsFactsInAnyOrderAndCase) {
-  EXPECT_THAT(ParseMachineListing("type=file;size=12345;modify=20261121121537;perm=adfr; lap.cas\r\n"
-                                  "Modify=20261121121537.250;Size=7;Type=file; two  words\r\n"
-                                  "type=dir;sizd=4096;modify=20240102030405; a folder\r\n"),
-              ElementsAre(RemoteEntry{.written = At(2026, 11, 21, 14, 15, 37), .size = 12345, .name = "lap.cas"},
-                          RemoteEntry{.written = At(2026, 11, 21, 14, 15, 37), .size = 7, .name = "two  words"},
-                          RemoteEntry{.written = At(2024, 1, 2, 5, 4, 5), .directory = true, .name = "a folder"}));
+  EXPECT_THAT(
+      ParseMachineListing("type=file;size=12345;modify=20261121121537;perm=adfr; lap.cas\r\n"
+                          "Modify=20261121121537.250;Size=7;Type=file; two  words\r\n"
+                          "type=dir;sizd=4096;modify=20240102030405; a folder\r\n"),
+      ElementsAre(RemoteEntry{.written = At(2026, 11, 21, 12 + ahead_, 15, 37), .size = 12345, .name = "lap.cas"},
+                  RemoteEntry{.written = At(2026, 11, 21, 12 + ahead_, 15, 37), .size = 7, .name = "two  words"},
+                  RemoteEntry{.written = At(2024, 1, 2, 3 + ahead_, 4, 5), .directory = true, .name = "a folder"}));
 }
 
 TEST_F(FtpMachineListing, LeavesOutTheDirectoryItselfAndTheOneAbove) {

@@ -7,6 +7,7 @@
 
 #include "tests/ftp/scripted_server.h"
 #include "tests/support/full_disk.h"
+#include "tests/support/matches.h"
 #include "vandry/ftp_fixture.h"
 
 namespace zelkor::vandry {
@@ -18,7 +19,6 @@ using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::MatchesRegex;
 using testing::Not;
 using testing::StartsWith;
 using tests::FtpScript;
@@ -75,7 +75,7 @@ TEST_F(FtpTest, SendsUnderATemporaryNameAndRenames) {
   EXPECT_EQ(Send("c:\\sync.tmp", "lap.cas"), "OK 300000");
   EXPECT_TRUE(scripted.File("/home/lap.cas") == content);
   EXPECT_THAT(scripted.Files(), ElementsAre("/home/lap.cas"));
-  EXPECT_THAT(scripted.Commands(), Contains(MatchesRegex("STOR lap.cas.[0-9a-f]{8}.part")));
+  EXPECT_THAT(scripted.Commands(), Contains(tests::Matches("STOR lap.cas.[0-9a-f]{8}.part")));
   EXPECT_THAT(scripted.Commands(), Contains("RNTO lap.cas"));
   EXPECT_THAT(scripted.Commands(), Not(Contains("STOR lap.cas")));
 }
@@ -90,7 +90,7 @@ TEST_F(FtpTest, MakesTheDirectoriesThatAreMissing) {
 TEST_F(FtpTest, ReplacesAnEmptySyncFileAndNoOther) {
   scripted.PutFile("/home/lap.cas", "");
   EXPECT_EQ(Send("c:\\sync.tmp", "lap.cas"), "OK 300000");
-  EXPECT_THAT(Send("c:\\sync.tmp", "lap.cas"), MatchesRegex("Error 553 .*not collected.*"));
+  EXPECT_THAT(Send("c:\\sync.tmp", "lap.cas"), tests::Matches("Error 553 .*not collected.*"));
   EXPECT_TRUE(scripted.File("/home/lap.cas") == content);
   // What is no sync file is replaced.
   scripted.PutFile("/home/lap.txt", "old");
@@ -306,7 +306,7 @@ TEST_F(FtpTest, GoesOnWithABrokenDownload) {
   });
   EXPECT_EQ(Get("lap.cas", "c:\\in.tmp"), "OK 300000");
   EXPECT_TRUE(ReadNative(Home() / "in.tmp") == content);
-  EXPECT_THAT(scripted.Commands(), Contains(MatchesRegex("REST [1-9][0-9]+")));
+  EXPECT_THAT(scripted.Commands(), Contains(tests::Matches("REST [1-9][0-9]+")));
 }
 
 TEST_F(FtpTest, GoesOnWithADownloadThatAnEarlierVandryBegan) {
@@ -350,10 +350,10 @@ TEST_F(FtpTest, SweepsADownloadThatNobodyWentOnWithForThirtyDays) {
 }
 
 TEST_F(FtpTest, SaysThatOurOwnFileCanNotBeUsed) {
-  EXPECT_THAT(Send("c:\\missing.tmp", "lap.cas"), MatchesRegex("Error 10 .*missing.tmp.*"));
+  EXPECT_THAT(Send("c:\\missing.tmp", "lap.cas"), tests::Matches("Error 10 .*missing.tmp.*"));
   scripted.PutFile("/home/lap.cas", content);
-  EXPECT_THAT(Get("lap.cas", "c:\\no such folder\\in.tmp"), MatchesRegex("Error 10 .*in.tmp.*"));
-  EXPECT_THAT(Send("c:\\sync.tmp", "../lap.cas"), MatchesRegex("Error 10 .*can not be the name.*"));
+  EXPECT_THAT(Get("lap.cas", "c:\\no such folder\\in.tmp"), tests::Matches("Error 10 .*in.tmp.*"));
+  EXPECT_THAT(Send("c:\\sync.tmp", "../lap.cas"), tests::Matches("Error 10 .*can not be the name.*"));
   EXPECT_THAT(scripted.Commands(), Not(Contains(StartsWith("STOR"))));
 }
 
@@ -398,7 +398,7 @@ TEST_F(FtpTest, ListsADirectoryThatIsYetToBeMadeAsEmpty) {
 
 TEST_F(FtpTest, EndsAListingWithoutEnd) {
   Misbehave([](FtpScript& script) { script.endlessListing = true; });
-  EXPECT_THAT(List("c:\\list.tmp"), MatchesRegex("Error 10 .*has no end.*"));
+  EXPECT_THAT(List("c:\\list.tmp"), tests::Matches("Error 10 .*has no end.*"));
   EXPECT_FALSE(fs::exists(Home() / "list.tmp"));
 }
 
@@ -417,9 +417,9 @@ TEST_F(FtpTest, ShowsHowFarItIs) {
   const std::string large = Content(30'000'000);
   WriteNative(Home() / "large.tmp", large);
   EXPECT_EQ(Send("c:\\large.tmp", "lap.cas"), "OK 30000000");
-  EXPECT_THAT(shown, Contains(MatchesRegex("Sending lap.cas: [0-9 ]+ of 30 000 000 bytes")));
+  EXPECT_THAT(shown, Contains(tests::Matches("Sending lap.cas: [0-9 ]+ of 30 000 000 bytes")));
   EXPECT_EQ(Get("lap.cas", "c:\\in.tmp"), "OK 30000000");
-  EXPECT_THAT(shown, Contains(MatchesRegex("Getting lap.cas: [0-9 ]+ of 30 000 000 bytes")));
+  EXPECT_THAT(shown, Contains(tests::Matches("Getting lap.cas: [0-9 ]+ of 30 000 000 bytes")));
 }
 
 TEST_F(FtpTest, WritesInTheLogWhatBecameOfIt) {

@@ -1,8 +1,8 @@
 // What somebody who does not keep to the rules can do to a Vandry that listens: be turned away.
 
 #include <openssl/ssl.h>
-#include <sys/socket.h>
 
+#include "tests/support/sockets.h"
 #include "vandry/hostile_peers.h"
 
 namespace zelkor::vandry {
@@ -200,12 +200,12 @@ TEST_F(HostilePeerTest, WhoAsksWithoutListeningIsNotListenedTo) {
   std::string flood;
   // The answers are some 40 MB, more than the system takes in for the two ends of a connection.
   for (int i = 0; i < 1'000'000; ++i) AppendFrame(flood, FrameKind::Ask, std::to_string(i) + " x");
-  [[maybe_unused]] const std::size_t before = MemoryInUse();
+  [[maybe_unused]] const std::size_t before = tests::MemoryInUse();
   const std::size_t taken = peer->WriteRaw(flood);
   EXPECT_LT(taken, flood.size()) << "everything was read although no answer was taken";
   // What waits here is bounded; the rest waits in the system's buffers and at the sender.
 #ifndef __SANITIZE_ADDRESS__  // which keeps what was freed
-  EXPECT_LT(MemoryInUse() - before, 16U << 20);
+  EXPECT_LT(tests::MemoryInUse() - before, 16U << 20);
 #endif
   EXPECT_TRUE(office.program.told.empty());
 }
@@ -262,10 +262,10 @@ TEST_F(HostilePeerTest, CanNotReplayWhatItOverheard) {
   std::string overheard;
   const auto handOn = [](const lib::Socket& in, const lib::Socket& out, std::string* keep) {
     char bytes[4096];  // NOLINT(modernize-avoid-c-arrays)
-    const ssize_t count = recv(static_cast<int>(in.Get()), bytes, sizeof bytes, MSG_DONTWAIT);
-    if (count <= 0) return;
-    if (keep != nullptr) keep->append(bytes, static_cast<std::size_t>(count));
-    EXPECT_EQ(send(static_cast<int>(out.Get()), bytes, static_cast<std::size_t>(count), 0), count);
+    const tests::Passed got = tests::ReceiveNow(in, bytes);
+    if (got.bytes == 0) return;
+    if (keep != nullptr) keep->append(bytes, got.bytes);
+    EXPECT_EQ(tests::SendNow(out, {bytes, got.bytes}).bytes, got.bytes);
   };
   ASSERT_TRUE(RunUntil([&] {
     RunFor(Milliseconds{2});
@@ -279,8 +279,7 @@ TEST_F(HostilePeerTest, CanNotReplayWhatItOverheard) {
 
   const lib::Result<lib::Socket> again = lib::StartConnecting(*lib::NumericAddress("127.0.0.1", office.settings.port));
   RunFor(Milliseconds{50});
-  EXPECT_EQ(send(static_cast<int>(again->Get()), overheard.data(), overheard.size(), MSG_NOSIGNAL),
-            static_cast<ssize_t>(overheard.size()));
+  EXPECT_EQ(tests::SendNow(*again, overheard).bytes, overheard.size());
   RunFor(Milliseconds{300});
   EXPECT_EQ(office.program.told.size(), 1U);
   lib::Awaited awaited{.handle = again->Get(), .wantRead = true};

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <map>
 #include <memory>
@@ -161,20 +160,13 @@ class HostilePeerTest : public tests::PeerComputers {
   static std::map<std::string, std::uintmax_t> FilesOf(const PeerComputer& computer) {
     std::map<std::string, std::uintmax_t> files;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(computer.folder)) {
-      const std::string name = std::filesystem::relative(entry.path(), computer.folder).string();
+      const std::string name = std::filesystem::relative(entry.path(), computer.folder).generic_string();
       if (entry.is_regular_file() && name != "vandry.dat/key.pem" && name != "vandry.dat/paired.txt" &&
           name != "vandry.dat/done.txt") {
         files[name] = entry.file_size();
       }
     }
     return files;
-  }
-  static std::size_t MemoryInUse() {
-    std::ifstream statm("/proc/self/statm");
-    std::size_t total = 0;
-    std::size_t resident = 0;
-    statm >> total >> resident;
-    return resident * 4096;
   }
 };
 

@@ -1,41 +1,54 @@
 #include "vandry/loop.h"
 
-#include <array>
-#include <csignal>
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <string>
-#include <unistd.h>
+#include <utility>
 #include <vector>
+
+#include "lib/sockets.h"
+#include "tests/support/sockets.h"
 
 namespace zelkor::vandry {
 namespace {
 
 using std::chrono::milliseconds;
 
+// A connection within this process.
 class Pipe {
  public:
-  Pipe() { EXPECT_EQ(pipe2(ends_.data(), O_CLOEXEC | O_NONBLOCK), 0); }
-  ~Pipe() {
-    CloseWriter();
-    close(ends_[0]);
+  Pipe() {
+    const lib::Result<lib::Socket> listening = lib::ListenOn(*lib::NumericAddress("127.0.0.1", 0));
+    writer_ = std::move(*lib::StartConnecting(*lib::NumericAddress("127.0.0.1", lib::LocalPort(*listening))));
+    lib::Awaited awaited{.handle = listening->Get(), .wantRead = true};
+    lib::WaitUntilReady({&awaited, 1}, kPatience);
+    reader_ = std::move(lib::AcceptConnection(*listening)->socket);
   }
-  Pipe(const Pipe&) = delete;
-  Pipe& operator=(const Pipe&) = delete;
-  [[nodiscard]] int Reader() const { return ends_[0]; }
-  [[nodiscard]] int Writer() const { return ends_[1]; }
-  void Put() const { EXPECT_EQ(write(ends_[1], "x", 1), 1); }
+  [[nodiscard]] lib::Handle Reader() const { return reader_.Get(); }
+  [[nodiscard]] lib::Handle Writer() const { return writer_.Get(); }
+  void Put() const {
+    EXPECT_EQ(tests::SendNow(writer_, "x").bytes, 1U);
+    AwaitReader();
+  }
   void Take() const {
     char c = 0;
-    EXPECT_EQ(read(ends_[0], &c, 1), 1);
+    EXPECT_EQ(tests::ReceiveNow(reader_, {&c, 1}).bytes, 1U);
   }
   void CloseWriter() {
-    if (ends_[1] >= 0) close(ends_[1]);
-    ends_[1] = -1;
+    writer_.Close();
+    AwaitReader();
   }
 
  private:
-  std::array<int, 2> ends_{};
+  static constexpr milliseconds kPatience{10'000};
+  // What was written, or its end, arrives a little later.
+  void AwaitReader() const {
+    lib::Awaited awaited{.handle = reader_.Get(), .wantRead = true};
+    lib::WaitUntilReady({&awaited, 1}, kPatience);
+    EXPECT_TRUE(awaited.canRead);
+  }
+
+  lib::Socket reader_;
+  lib::Socket writer_;
 };
 
 // Everything that is ready now was called when this returns.

@@ -6,10 +6,10 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <optional>
-#include <sys/stat.h>
 
 #include "lib/channel.h"
 #include "lib/files.h"
+#include "tests/support/matches.h"
 #include "tests/support/sandbox.h"
 #include "vandry/fake_peers.h"
 
@@ -22,7 +22,6 @@ using std::chrono::milliseconds;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::MatchesRegex;
 using testing::Not;
 using testing::SizeIs;
 using Kind = ChannelEvent::Kind;
@@ -33,10 +32,9 @@ class ProgramTest : public tests::Sandbox {
  protected:
   ProgramTest() {
     // No other directory than the sandbox's for the link's socket.
-    setenv("XDG_RUNTIME_DIR", (Root() / "tmp").c_str(), 1);
+    tests::SetVariable("XDG_RUNTIME_DIR", (Root() / "tmp").string());
     Start();
   }
-  ~ProgramTest() override { unsetenv("XDG_RUNTIME_DIR"); }
 
   void Start() {
     program = std::make_unique<Program>(loop, ProgramDir());
@@ -138,8 +136,8 @@ TEST_F(ProgramTest, IsTheOnlyOneForItsProgramDir) {
 
 TEST_F(ProgramTest, RefusesWhatItDoesNotUnderstand) {
   Connect();
-  EXPECT_THAT(Ask(1, "Nonsense \"secret\""), MatchesRegex("Error 1 .*Nonsense.*"));
-  EXPECT_THAT(Ask(2, "FTPDir \"a\""), MatchesRegex("Error 1 .*"));
+  EXPECT_THAT(Ask(1, "Nonsense \"secret\""), tests::Matches("Error 1 .*Nonsense.*"));
+  EXPECT_THAT(Ask(2, "FTPDir \"a\""), tests::Matches("Error 1 .*"));
   EXPECT_THAT(LogText(), Not(HasSubstr("secret")));
 }
 
@@ -189,18 +187,13 @@ TEST_F(ProgramTest, TakesAFileIntoItsQueueBeforeItSaysSo) {
 TEST_F(ProgramTest, SaysThatAFileToSendIsNotThere) {
   Connect();
   Take(1, "NetFileSend host office lap c:\\missing.tmp");
-  EXPECT_THAT(Pushed(), MatchesRegex("NetFailed NetFileSend host .*missing.tmp.*"));
+  EXPECT_THAT(Pushed(), tests::Matches("NetFailed NetFileSend host .*missing.tmp.*"));
   EXPECT_THAT(peers->calls, IsEmpty());
 }
 
 TEST_F(ProgramTest, CopiesAFileFromAnotherFileSystem) {
-  struct stat here {};
-  struct stat there {};
-  if (stat("/dev/shm", &there) != 0 || stat(ProgramFolder().c_str(), &here) != 0 || here.st_dev == there.st_dev) {
-    GTEST_SKIP() << "/dev/shm is no file system of its own";
-  }
-  std::string pattern = "/dev/shm/zelkor-test-XXXXXX";
-  const fs::path folder = mkdtemp(pattern.data());
+  const fs::path folder = tests::MakeFolderElsewhere();
+  if (folder.empty()) GTEST_SKIP() << "there is no other file system";
   const std::string content(3'000'000, 'x');
   WriteNative(folder / "sync.tmp", content);
   Connect();
@@ -311,35 +304,35 @@ TEST_F(ProgramTest, SaysThatNobodyIsThereUnlessItMayStartTheProgram) {
 class StartingTest : public ProgramTest {
  protected:
   StartingTest() {
-    const fs::path script = Root() / "bin/zelkor";
-    WriteNative(script, "#!/bin/sh\necho started > '" + Pipe().string() + "'\n");
-    fs::permissions(script, fs::perms::owner_all);
-    EXPECT_EQ(mkfifo(Pipe().c_str(), 0600), 0);
-    WriteNative(SettingsFile(), "[Zelkor]\r\nAcceptNetConn=1\r\nExe=" + script.string() + "\r\n");
+    tests::PutTellingProgram(Zelkor());
+    WriteNative(SettingsFile(), "[Zelkor]\r\nAcceptNetConn=1\r\nExe=" + Zelkor().string() + "\r\n");
   }
-  [[nodiscard]] fs::path Pipe() const { return Root() / "pipe"; }
+  [[nodiscard]] fs::path Zelkor() const { return Root() / "bin" / "zelkor.exe"; }
+  // What it tells when it was started once.
+  [[nodiscard]] std::string StartedOnce() const { return ProgramFolder().string() + "\n"; }
 };
 
 TEST_F(StartingTest, StartsTheProgramForAMessageAndPushesItThen) {
   EXPECT_TRUE(user->Push("SyncMe lap 10.0.0.2").Ok());
-  EXPECT_EQ(ReadNative(Pipe()), "started\n");
-  // On its way already: not started a second time, or the pipe would hold it up for ever.
+  EXPECT_EQ(tests::ToldBy(Zelkor()), StartedOnce());
+  // On its way already: not started a second time.
   EXPECT_TRUE(user->Push("SyncSuccessfull lap").Ok());
   Connect();
   EXPECT_EQ(Pushed(), "SyncMe lap 10.0.0.2");
   EXPECT_EQ(Pushed(), "SyncSuccessfull lap");
+  EXPECT_EQ(tests::ToldBy(Zelkor()), StartedOnce());
 }
 
 TEST_F(StartingTest, StartsTheProgramForAnAnnouncementAndDoesNotKeepIt) {
   EXPECT_TRUE(user->Announce("FileSendReq lap office 5 10.0.0.2").Ok());
-  EXPECT_EQ(ReadNative(Pipe()), "started\n");
+  EXPECT_EQ(tests::ToldBy(Zelkor()), StartedOnce());
   Connect();
   EXPECT_EQ(peers->came, 1);
   EXPECT_EQ(Ask(1, "Hello"), "OK 1.00");
 }
 
 TEST_F(StartingTest, SaysThatTheProgramCanNotBeStarted) {
-  fs::remove(Root() / "bin/zelkor");
+  fs::remove(Zelkor());
   EXPECT_EQ(user->Push("SyncMe lap 10.0.0.2").Why(), lib::Cause::NotFound);
   EXPECT_THAT(LogText(), HasSubstr("zelkor"));
 }

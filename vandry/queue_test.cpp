@@ -1,13 +1,12 @@
 #include "vandry/queue.h"
 
-#include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "lib/clock.h"
 #include "lib/files.h"
-#include "tests/support/crash.h"
-#include "tests/support/sandbox.h"
+#include "tests/support/matches.h"
+#include "vandry/queue_fixture.h"
 
 namespace zelkor::vandry {
 namespace {
@@ -15,32 +14,6 @@ namespace {
 namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-class QueueTest : public tests::Sandbox {
- protected:
-  [[nodiscard]] std::string Folder() const { return ProgramDir() + "queue\\"; }
-  [[nodiscard]] fs::path NativeFolder() const { return ProgramFolder() / "queue"; }
-  [[nodiscard]] Queue Open() const { return Queue(Folder()); }
-
-  // As the commands put a file in.
-  static lib::Status PutFile(Queue& queue, const std::string& path) {
-    const lib::Result<QueueEntry> entry = queue.PlaceForFile("host", "office", "lap");
-    if (!entry.Ok()) return entry.Failure();
-    if (lib::Status moved = lib::RenameFile(path, entry->path); !moved.Ok()) return moved;
-    return queue.AddFile(*entry);
-  }
-  [[nodiscard]] std::vector<std::string> Names() const {
-    std::vector<std::string> names;
-    std::error_code none;
-    for (const auto& entry : fs::directory_iterator(NativeFolder(), none)) names.push_back(entry.path().filename());
-    return names;
-  }
-  static std::vector<std::string> Texts(const Queue& queue) {
-    std::vector<std::string> texts;
-    for (const QueueEntry& entry : queue.Entries()) texts.push_back(entry.text);
-    return texts;
-  }
-};
 
 TEST_F(QueueTest, KeepsMessagesInOrderOverARestart) {
   {
@@ -61,7 +34,7 @@ TEST_F(QueueTest, GivesEachEntryATicketOfItsOwn) {
   const lib::Result<std::string> second = queue.AddMessage("x", "a");
   ASSERT_TRUE(first.Ok() && second.Ok());
   EXPECT_NE(*first, *second);
-  EXPECT_THAT(*first, testing::MatchesRegex("[0-9a-f]{24}"));
+  EXPECT_THAT(*first, tests::Matches("[0-9a-f]{24}"));
   EXPECT_LT(*first, *second);
   ASSERT_NE(queue.Find(*second), nullptr);
   EXPECT_EQ(queue.Find("other"), nullptr);
@@ -125,31 +98,6 @@ TEST_F(QueueTest, LeavesOthersFilesAlone) {
   WriteNative(NativeFolder() / "readme.txt", "x");
   EXPECT_THAT(Open().Entries(), IsEmpty());
   EXPECT_THAT(Names(), ElementsAre("readme.txt"));
-}
-
-TEST_F(QueueTest, HoldsAFileWholeOrNotAtAllWheneverItIsKilled) {
-  for (int moment = 1;; ++moment) {
-    ASSERT_LT(moment, 1000);
-    fs::remove_all(NativeFolder());
-    WriteNative(Home() / "~sync.tmp", "content");
-    const tests::Ended ended = tests::CrashAt(moment, [&] {
-      Queue queue = Open();
-      (void)PutFile(queue, "c:\\~sync.tmp");
-    });
-    ASSERT_NE(ended, tests::Ended::NotTraced);
-    const Queue queue = Open();
-    if (ended == tests::Ended::Finished) {
-      EXPECT_EQ(queue.Entries().size(), 1U);
-      break;
-    }
-    // Until the command is taken the sender still counts on its own file or sends again; never is there half an entry.
-    ASSERT_LE(queue.Entries().size(), 1U);
-    for (const QueueEntry& entry : queue.Entries()) {
-      EXPECT_EQ(lib::ReadSmallFile(entry.path, 100).Value(), "content") << moment;
-      EXPECT_EQ(entry.targetId, "lap");
-    }
-    EXPECT_EQ(Names().size(), 2 * queue.Entries().size()) << moment;
-  }
 }
 
 }  // namespace

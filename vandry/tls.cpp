@@ -1,11 +1,9 @@
 #include "vandry/tls.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <climits>
 #include <openssl/err.h>
 #include <openssl/ssl.h>
-#include <system_error>
 
 namespace zelkor::vandry {
 
@@ -71,7 +69,7 @@ TlsStream::~TlsStream() { SSL_free(ssl_); }
 
 TlsStream::Outcome TlsStream::Judge(int result) {
   if (result > 0) return Outcome::Done;
-  const int systemError = errno;
+  const std::string said = lib::SocketErrorSaid();
   switch (SSL_get_error(ssl_, result)) {
     case SSL_ERROR_WANT_READ:
       return Outcome::WantsRead;
@@ -80,7 +78,7 @@ TlsStream::Outcome TlsStream::Judge(int result) {
     case SSL_ERROR_ZERO_RETURN:
       return Outcome::Closed;
     case SSL_ERROR_SYSCALL:
-      failure_ = systemError == 0 ? "the connection broke" : std::generic_category().message(systemError);
+      failure_ = said.empty() ? "the connection broke" : said;
       break;
     default:
       failure_ = LastFailure();
@@ -96,13 +94,13 @@ TlsStream::Outcome TlsStream::Handshake() {
     return Outcome::Failed;
   }
   ERR_clear_error();
-  errno = 0;
+  lib::ForgetSocketError();
   return Judge(SSL_do_handshake(ssl_));
 }
 
 TlsStream::Moved TlsStream::Read(std::span<char> out) {
   ERR_clear_error();
-  errno = 0;
+  lib::ForgetSocketError();
   std::size_t bytes = 0;
   const int result = SSL_read_ex(ssl_, out.data(), out.size(), &bytes);
   return {.outcome = Judge(result), .bytes = bytes};
@@ -113,7 +111,7 @@ bool TlsStream::HasUnread() const { return SSL_has_pending(ssl_) == 1; }
 TlsStream::Moved TlsStream::Write(std::span<const char> bytes) {
   if (bytes.empty()) return {};
   ERR_clear_error();
-  errno = 0;
+  lib::ForgetSocketError();
   std::size_t written = 0;
   const int result = SSL_write_ex(ssl_, bytes.data(), bytes.size(), &written);
   return {.outcome = Judge(result), .bytes = written};

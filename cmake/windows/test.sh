@@ -1,5 +1,5 @@
 #!/bin/bash
-# Builds the tests of the 64-bit program for Windows and runs them under Wine, then the installer in a Windows of its own:
+# Builds the tests of the 64-bit program for Windows and runs them under Wine, and the installer in a Windows of its own:
 # test.sh JOBS. Ends with one line that counts the tests; its status is 0 only when none failed.
 set -euo pipefail
 cd "$(dirname "$0")/../.."
@@ -7,6 +7,9 @@ cd "$(dirname "$0")/../.."
 jobs=$1
 cmake/windows/build.sh "$jobs" 64
 cmake --build --preset windows64 -j "$jobs" --target windows_tests
+# The tests of the whole program from outside are a program for Linux, which runs the one for Windows.
+cmake --preset release >/dev/null
+cmake --build --preset release -j "$jobs" --target e2e_test
 packaging/windows/installer.sh 64
 
 report=build/windows64/tests.xml

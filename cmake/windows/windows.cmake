@@ -43,7 +43,7 @@ endforeach()
 add_compile_definitions(_WIN32_WINNT=0x0601 NOMINMAX)
 
 # The test programs that are built for Windows too; the others use what only Linux has.
-set(ZELKOR_WINDOWS_TESTS lib_test gui_test db_gui_test app_gui_test)
+set(ZELKOR_WINDOWS_TESTS lib_test db_test net_test sync_test app_test vandry_test gui_test db_gui_test app_gui_test)
 add_custom_target(windows_tests)
 
 # Which tests of a test program run; empty: all. An open menu of Windows waits for keys in a loop of its own, in which the
@@ -54,4 +54,10 @@ set(ZELKOR_WINDOWS_app_gui_test
   WindowUserTest.TakesAFileThatTheUserChooses
   WindowUserTest.BeginsAChoiceInTheHomeFolderWhenNoFolderIsGiven
   WindowUserTest.SaysWhyAChosenFileCanNotBeUsed)
+# Wine ends a connection in good order that is to be broken.
+set(ZELKOR_WINDOWS_lib_test "-Sockets.SayWhatBrokeAConnection")
+# Wine knows of locks on parts of files, but reads them all the same.
+set(ZELKOR_WINDOWS_sync_test "-Folder.AFileThatCanNotBeReadIsToldApart")
+# Under Wine, beside other tests, a line is worse than the one that is played.
+set(ZELKOR_WINDOWS_vandry_test "-BadLines.*")
 set(ZELKOR_WINDOWS_db_gui_test "-FrmItemTest.TurnsANativePathIntoTheFormWhenTheFieldIsLeft")

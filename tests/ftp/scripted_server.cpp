@@ -3,13 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <cstring>
-#include <netinet/in.h>
 #include <optional>
 #include <stdexcept>
 #include <string_view>
-#include <sys/socket.h>
-#include <unistd.h>
+#include <utility>
+
+#include "tests/support/sockets.h"
 
 namespace zelkor::tests {
 
@@ -18,18 +17,14 @@ namespace {
 constexpr std::chrono::seconds kPatience{30};
 constexpr std::size_t kPiece = 4096;
 
-// A listening socket on a free port of 127.0.0.1, and the port.
-std::pair<int, int> Listen() {
-  const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t length = sizeof address;
-  if (bind(listener, reinterpret_cast<sockaddr*>(&address), length) != 0 || listen(listener, 8) != 0 ||
-      getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
-    throw std::runtime_error("no listening socket");
-  }
-  return {listener, ntohs(address.sin_port)};
+// A waiting session looks so often whether the server ends.
+constexpr std::chrono::milliseconds kTurn{20};
+
+// On a free port of 127.0.0.1.
+lib::Socket Listen() {
+  lib::Result<lib::Socket> listener = lib::ListenOn(*lib::NumericAddress("127.0.0.1", 0));
+  if (!listener.Ok()) throw std::runtime_error(listener.Failure().Message());
+  return std::move(*listener);
 }
 
 }  // namespace
@@ -37,9 +32,7 @@ std::pair<int, int> Listen() {
 // One connection.
 class ScriptedFtpServer::Session {
  public:
-  Session(ScriptedFtpServer& server, int control) : server_(server), control_(control) {
-    server_.sockets_.insert(control);
-  }
+  Session(ScriptedFtpServer& server, lib::Socket control) : server_(server), control_(std::move(control)) {}
 
   void Run() {
     Handle(kGreeting, "");
@@ -48,20 +41,36 @@ class ScriptedFtpServer::Session {
       const std::string argument = line->size() > word.size() ? line->substr(word.size() + 1) : std::string();
       if (!Handle(word, argument)) break;
     }
-    Close(dataListener_);
-    Close(control_);
+    dataListener_.Close();
+    control_.Close();
   }
 
  private:
   // In place of a command: what is said first.
   static constexpr const char* kGreeting = "GREETING";
 
-  void Close(int& socket) {
-    if (socket < 0) return;
-    const std::lock_guard lock(server_.mutex_);
-    server_.sockets_.erase(socket);
-    close(socket);
-    socket = -1;
+  // Until the socket is ready; false when the server ends.
+  [[nodiscard]] bool Await(lib::Awaited awaited) const {
+    while (!server_.ending_) {
+      lib::WaitUntilReady({&awaited, 1}, kTurn);
+      if (awaited.canRead || awaited.canWrite) return true;
+    }
+    return false;
+  }
+  // How many bytes came; 0 at the end of the connection or the server.
+  [[nodiscard]] std::size_t Receive(const lib::Socket& socket, std::span<char> out) const {
+    while (Await({.handle = socket.Get(), .wantRead = true})) {
+      const Passed got = ReceiveNow(socket, out);
+      if (got.how != Passed::How::NotNow) return got.bytes;
+    }
+    return 0;
+  }
+  [[nodiscard]] std::size_t Send(const lib::Socket& socket, std::string_view bytes) const {
+    while (Await({.handle = socket.Get(), .wantWrite = true})) {
+      const Passed put = SendNow(socket, bytes);
+      if (put.how != Passed::How::NotNow) return put.bytes;
+    }
+    return 0;
   }
 
   std::optional<std::string> ReadLine() {
@@ -73,21 +82,23 @@ class ScriptedFtpServer::Session {
         return line;
       }
       std::array<char, 1024> piece{};
-      const ssize_t length = recv(control_, piece.data(), piece.size(), 0);
-      if (length <= 0) return std::nullopt;
-      input_.append(piece.data(), static_cast<std::size_t>(length));
+      const std::size_t length = Receive(control_, piece);
+      if (length == 0) return std::nullopt;
+      input_.append(piece.data(), length);
     }
   }
 
   void Say(const std::string& line) const {
     const std::string text = line + "\r\n";
-    (void)send(control_, text.data(), text.size(), MSG_NOSIGNAL);
+    for (std::size_t done = 0, length = 1; done < text.size() && length > 0; done += length) {
+      length = Send(control_, std::string_view(text).substr(done));
+    }
   }
 
   // Until the client goes or the server ends.
   void BeSilent() const {
     std::array<char, 1024> piece{};
-    while (recv(control_, piece.data(), piece.size(), 0) > 0) continue;
+    while (Receive(control_, piece) > 0) continue;
   }
 
   // False when the connection is to be closed.
@@ -174,23 +185,16 @@ class ScriptedFtpServer::Session {
   }
 
   std::string OpenData() {
-    Close(dataListener_);
-    const auto [listener, port] = Listen();
-    dataListener_ = listener;
-    const std::lock_guard lock(server_.mutex_);
-    server_.sockets_.insert(dataListener_);
-    return "229 here (|||" + std::to_string(port) + "|)";
+    dataListener_ = Listen();
+    return "229 here (|||" + std::to_string(lib::LocalPort(dataListener_)) + "|)";
   }
 
-  int AcceptData() {
-    int data = accept4(dataListener_, nullptr, nullptr, SOCK_CLOEXEC);
-    Close(dataListener_);
-    const std::lock_guard lock(server_.mutex_);
-    if (server_.ending_) {
-      close(data);
-      return -1;
+  lib::Socket AcceptData() {
+    lib::Socket data;
+    while (!data.IsOpen() && Await({.handle = dataListener_.Get(), .wantRead = true})) {
+      if (auto connection = lib::AcceptConnection(dataListener_)) data = std::move(connection->socket);
     }
-    server_.sockets_.insert(data);
+    dataListener_.Close();
     return data;
   }
 
@@ -210,28 +214,28 @@ class ScriptedFtpServer::Session {
   bool Take(const std::string& name, bool append) {
     const std::string path = PathOf(name);
     Say("150 go on");
-    int data = AcceptData();
+    lib::Socket data = AcceptData();
     {
       const std::lock_guard lock(server_.mutex_);
       if (!append) server_.files_[path].clear();
     }
     std::array<char, kPiece> piece{};
     std::int64_t taken = 0;
-    for (ssize_t length = 0; (length = recv(data, piece.data(), piece.size(), 0)) > 0;) {
-      taken += length;
+    for (std::size_t length = 0; (length = Receive(data, piece)) > 0;) {
+      taken += static_cast<std::int64_t>(length);
       {
         const std::lock_guard lock(server_.mutex_);
-        server_.files_[path].append(piece.data(), static_cast<std::size_t>(length));
+        server_.files_[path].append(piece.data(), length);
         server_.changed_.notify_all();
       }
       const Turn turn = At(taken);
       if (turn == Turn::Stall) BeSilent();
       if (turn != Turn::GoOn) {
-        Close(data);
+        data.Close();
         return false;
       }
     }
-    Close(data);
+    data.Close();
     std::string end;
     bool silent = false;
     {
@@ -245,21 +249,21 @@ class ScriptedFtpServer::Session {
   }
 
   // Sends a text over the data connection. False when the connection is to be closed.
-  bool Send(std::string_view content) {
+  bool Transfer(std::string_view content) {
     Say("150 here it comes");
-    int data = AcceptData();
+    lib::Socket data = AcceptData();
     for (std::size_t done = 0; done < content.size();) {
       const Turn turn = At(static_cast<std::int64_t>(done));
       if (turn == Turn::Stall) BeSilent();
       if (turn != Turn::GoOn) {
-        Close(data);
+        data.Close();
         return false;
       }
-      const ssize_t length = send(data, content.data() + done, std::min(kPiece, content.size() - done), MSG_NOSIGNAL);
-      if (length <= 0) break;
-      done += static_cast<std::size_t>(length);
+      const std::size_t length = Send(data, content.substr(done, kPiece));
+      if (length == 0) break;
+      done += length;
     }
-    Close(data);
+    data.Close();
     Say("226 done");
     return true;
   }
@@ -276,7 +280,7 @@ class ScriptedFtpServer::Session {
       content = file->second.substr(std::min(file->second.size(), static_cast<std::size_t>(restart_)));
       restart_ = 0;
     }
-    return Send(content);
+    return Transfer(content);
   }
 
   bool List(bool machine) {
@@ -298,12 +302,12 @@ class ScriptedFtpServer::Session {
       if (!server_.script_.listing.empty()) text = server_.script_.listing;
       if (server_.script_.endlessListing) text.assign(std::size_t{20} << 20U, 'x');
     }
-    return Send(text);
+    return Transfer(text);
   }
 
   ScriptedFtpServer& server_;
-  int control_;
-  int dataListener_ = -1;
+  lib::Socket control_;
+  lib::Socket dataListener_;
   std::string input_;
   std::string user_;
   std::string directory_ = "/home";
@@ -312,36 +316,30 @@ class ScriptedFtpServer::Session {
 };
 
 ScriptedFtpServer::ScriptedFtpServer(FtpScript script) : script_(std::move(script)) {
-  std::tie(listener_, port_) = Listen();
+  listener_ = Listen();
   acceptor_ = std::thread([this] { Accept(); });
 }
 
 ScriptedFtpServer::~ScriptedFtpServer() {
-  {
-    const std::lock_guard lock(mutex_);
-    ending_ = true;
-    shutdown(listener_, SHUT_RDWR);
-    for (const int socket : sockets_) shutdown(socket, SHUT_RDWR);
-  }
+  ending_ = true;
   acceptor_.join();
   for (std::thread& session : sessions_) session.join();
-  close(listener_);
 }
 
 void ScriptedFtpServer::Accept() {
-  for (int socket = 0; (socket = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC)) >= 0;) {
+  while (!ending_) {
+    lib::Awaited awaited{.handle = listener_.Get(), .wantRead = true};
+    lib::WaitUntilReady({&awaited, 1}, kTurn);
+    auto connection = lib::AcceptConnection(listener_);
+    if (!connection) continue;
     const std::lock_guard lock(mutex_);
-    if (ending_) {
-      close(socket);
-      return;
-    }
     ++connections_;
-    const auto session = std::make_shared<Session>(*this, socket);
+    const auto session = std::make_shared<Session>(*this, std::move(connection->socket));
     sessions_.emplace_back([session] { session->Run(); });
   }
 }
 
-std::string ScriptedFtpServer::Address() const { return "127.0.0.1:" + std::to_string(port_); }
+std::string ScriptedFtpServer::Address() const { return "127.0.0.1:" + std::to_string(lib::LocalPort(listener_)); }
 
 void ScriptedFtpServer::Change(const std::function<void(FtpScript&)>& change) {
   const std::lock_guard lock(mutex_);

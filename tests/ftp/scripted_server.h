@@ -2,6 +2,7 @@
 // told otherwise.
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
@@ -12,6 +13,8 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "lib/sockets.h"
 
 namespace zelkor::tests {
 
@@ -64,10 +67,8 @@ class ScriptedFtpServer {
   std::set<std::string> directories_{"/", "/home"};
   std::vector<std::string> commands_;
   int connections_ = 0;
-  bool ending_ = false;
-  std::set<int> sockets_;
-  int listener_ = -1;
-  int port_ = 0;
+  std::atomic<bool> ending_ = false;
+  lib::Socket listener_;
   std::list<std::thread> sessions_;
   std::thread acceptor_;
 };

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iterator>
 #include <ostream>
+#include <stdexcept>
 #include <sys/stat.h>
 
 #include "tests/support/bytes.h"
@@ -180,6 +181,7 @@ Command Computer::MakeCommand(const std::vector<std::string>& arguments, const O
   }
   if (std::any_of(variables.begin(), variables.end(),
                   [](const auto& variable) { return variable.first.starts_with("FAULTS_"); })) {
+    if (windows) throw std::logic_error("a computer with Windows has no faults");
     variables["LD_PRELOAD"] = ZELKOR_FAULTS;
     variables["FAULTS_ROOT"] = root_.string();
   }

@@ -2,6 +2,7 @@
 // reached over the network.
 #pragma once
 
+#include <algorithm>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <memory>
@@ -84,7 +85,7 @@ class Networked : public Sandbox {
     targets_.SetTargetDates("office", 0, kOld);
     const std::filesystem::path folder = Root() / "made";
     std::filesystem::create_directory(folder);
-    EXPECT_EQ(sync::ExportToTarget(context, "office", {.word = folder.string(), .startDirectory = "/"}),
+    EXPECT_EQ(sync::ExportToTarget(context, "office", {.word = AsTyped(folder), .startDirectory = "/"}),
               sync::ExportResult::Done);
     std::string bytes = ReadNative(folder / "office.cas");
     std::filesystem::remove_all(folder);
@@ -101,11 +102,9 @@ class Networked : public Sandbox {
   // The native path of a path on drive z or c, as a program on the other side of the link would have it. The drives of
   // the program are not asked: they belong to its thread.
   [[nodiscard]] std::filesystem::path NativePath(const std::string& path) const {
-    std::string rest = path.substr(2);
-    for (char& c : rest) {
-      if (c == '\\') c = '/';
-    }
-    return path[0] == 'z' ? std::filesystem::path(rest) : std::filesystem::path(Home().string() + rest);
+    std::string rest = path.substr(3);
+    std::replace(rest.begin(), rest.end(), '\\', '/');
+    return (path[0] == 'z' ? Root().root_path() : Home()) / rest;
   }
   // Handles messages until `count` of them were dealt with.
   void HandleMessages(std::size_t count) {
@@ -141,7 +140,7 @@ class Networked : public Sandbox {
     net::LinkMeans means = net::RealLinkMeans(ProgramDir(), user_);
     means.launch = [] { return 0; };
     means.waitASecond = [] {};
-    means.patience = std::chrono::milliseconds(300);
+    means.patience = LinkPatience();
     return means;
   }
 };

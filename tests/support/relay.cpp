@@ -2,17 +2,13 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <deque>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <optional>
-#include <poll.h>
 #include <stdexcept>
-#include <sys/socket.h>
-#include <unistd.h>
 #include <utility>
 #include <vector>
+
+#include "tests/support/sockets.h"
 
 namespace zelkor::tests {
 
@@ -21,52 +17,36 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 // Looked after so often: the finest grain of delays.
-constexpr int kTurnMs = 2;
+constexpr std::chrono::milliseconds kTurn{2};
+constexpr std::chrono::milliseconds kPatience{5000};
 // What may be on the line at one time, so that a fast sender feels a slow line.
 constexpr std::size_t kMostOnTheLine = 256 * 1024;
 constexpr std::size_t kMostAtOnce = 16 * 1024;
 
-sockaddr_in OnThisMachine(std::uint16_t port) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  address.sin_port = htons(port);
-  return address;
-}
-
-// What is to be late is made late here, and little waits in the system, where a break would lose it.
-void PassAtOnce(int socket) {
-  const int yes = 1;
-  setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
-  const int bytes = 32 * 1024;
-  setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &bytes, sizeof bytes);
-}
-
-bool WouldBlock() { return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR; }
+// What waits in the system would be lost by a break; what is to be late is made late here.
+constexpr int kMostInTheSystem = 32 * 1024;
 
 // One way of a connection.
 class Way {
  public:
-  Way(int from, int to) : from_(from), to_(to) {}
+  Way(const lib::Socket& from, const lib::Socket& to) : from_(from), to_(to) {}
 
   [[nodiscard]] bool WantsToRead(const Line& line) const {
     return !ended_ && !line.stalls && waiting_ < kMostOnTheLine;
   }
-  [[nodiscard]] int From() const { return from_; }
+  [[nodiscard]] lib::Handle From() const { return from_.Get(); }
   [[nodiscard]] bool Over() const { return closed_; }
 
   // False when the connection has broken.
   bool Read(const Line& line) {
     std::array<char, kMostAtOnce> bytes{};
-    const ssize_t length = recv(from_, bytes.data(), bytes.size(), MSG_DONTWAIT);
-    if (length < 0) return WouldBlock();
-    if (length == 0) {
-      ended_ = true;
-    } else {
-      pieces_.push_back({Clock::now() + line.delay, std::string(bytes.data(), static_cast<std::size_t>(length))});
-      waiting_ += static_cast<std::size_t>(length);
+    const Passed got = ReceiveNow(from_, bytes);
+    if (got.how == Passed::How::Ended) ended_ = true;
+    if (got.how == Passed::How::Bytes) {
+      pieces_.push_back({Clock::now() + line.delay, std::string(bytes.data(), got.bytes)});
+      waiting_ += got.bytes;
     }
-    return true;
+    return got.how != Passed::How::Broken;
   }
   // Hands on what is due, at most `allowed` bytes. How many; nothing when the connection has broken.
   std::optional<std::uint64_t> Write(const Line& line, std::uint64_t allowed) {
@@ -77,20 +57,20 @@ class Way {
       std::size_t most = std::min<std::uint64_t>(bytes.size(), allowed - done);
       // A tenth of a second's worth, so that it is slow all the time and not now and then.
       if (line.bytesPerSecond > 0) most = std::min(most, static_cast<std::size_t>(line.bytesPerSecond / 10 + 1));
-      const ssize_t length = send(to_, bytes.data(), most, MSG_NOSIGNAL | MSG_DONTWAIT);
-      if (length < 0 && !WouldBlock()) return std::nullopt;
-      if (length <= 0) break;
+      const Passed put = SendNow(to_, std::string_view(bytes).substr(0, most));
+      if (put.how == Passed::How::Broken) return std::nullopt;
+      if (put.bytes == 0) break;
       if (line.bytesPerSecond > 0) {
-        const auto microseconds = static_cast<std::int64_t>(length) * 1'000'000 / line.bytesPerSecond;
-        free_ = std::max(free_, now - std::chrono::milliseconds(2 * kTurnMs)) + std::chrono::microseconds(microseconds);
+        const auto microseconds = static_cast<std::int64_t>(put.bytes) * 1'000'000 / line.bytesPerSecond;
+        free_ = std::max(free_, now - 2 * kTurn) + std::chrono::microseconds(microseconds);
       }
-      bytes.erase(0, static_cast<std::size_t>(length));
-      waiting_ -= static_cast<std::size_t>(length);
-      done += static_cast<std::uint64_t>(length);
+      bytes.erase(0, put.bytes);
+      waiting_ -= put.bytes;
+      done += put.bytes;
       if (bytes.empty()) pieces_.pop_front();
     }
     if (ended_ && pieces_.empty() && !closed_) {
-      shutdown(to_, SHUT_WR);
+      EndWriting(to_);
       closed_ = true;
     }
     return done;
@@ -101,8 +81,8 @@ class Way {
     Clock::time_point due;
     std::string bytes;
   };
-  int from_;
-  int to_;
+  const lib::Socket& from_;
+  const lib::Socket& to_;
   std::deque<Piece> pieces_;
   std::size_t waiting_ = 0;
   Clock::time_point free_{};
@@ -114,21 +94,18 @@ class Way {
 
 class Relay::Connection {
  public:
-  Connection(int near, int far, std::optional<std::uint64_t> breaksAfter)
-      : near_(near), far_(far), left_(breaksAfter), there_(near, far), back_(far, near) {
-    PassAtOnce(near);
-    PassAtOnce(far);
+  Connection(lib::Socket near, lib::Socket far, std::optional<std::uint64_t> breaksAfter)
+      : near_(std::move(near)), far_(std::move(far)), left_(breaksAfter) {
+    KeepLittle(near_, kMostInTheSystem);
+    KeepLittle(far_, kMostInTheSystem);
   }
-  ~Connection() {
-    close(near_);
-    close(far_);
-  }
+  ~Connection() = default;
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
-  void AddTo(std::vector<pollfd>& polled, const Line& line) const {
+  void AddTo(std::vector<lib::Awaited>& awaited, const Line& line) const {
     for (const Way* way : {&there_, &back_}) {
-      polled.push_back({way->WantsToRead(line) ? way->From() : -1, POLLIN, 0});
+      if (way->WantsToRead(line)) awaited.push_back({.handle = way->From(), .wantRead = true});
     }
   }
   enum class State { Open, Over, Broken };
@@ -145,34 +122,29 @@ class Relay::Connection {
   }
   // Both ends see at once that it is broken.
   void Break() const {
-    const linger atOnce{1, 0};
-    for (const int socket : {near_, far_}) setsockopt(socket, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+    BreakWhenClosed(near_);
+    BreakWhenClosed(far_);
   }
 
  private:
-  int near_;
-  int far_;
+  lib::Socket near_;
+  lib::Socket far_;
   std::optional<std::uint64_t> left_;
-  Way there_;
-  Way back_;
+  Way there_{near_, far_};
+  Way back_{far_, near_};
 };
 
 Relay::Relay(std::uint16_t to, Line line) : to_(to), line_(std::move(line)) {
-  listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-  sockaddr_in address = OnThisMachine(0);
-  socklen_t length = sizeof address;
-  if (bind(listener_, reinterpret_cast<sockaddr*>(&address), length) != 0 || listen(listener_, 16) != 0 ||
-      getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
-    throw std::runtime_error("no listening socket");
-  }
-  port_ = ntohs(address.sin_port);
+  lib::Result<lib::Socket> listener = lib::ListenOn(*lib::NumericAddress("127.0.0.1", 0));
+  if (!listener.Ok()) throw std::runtime_error(listener.Failure().Message());
+  listener_ = std::move(*listener);
+  port_ = lib::LocalPort(listener_);
   thread_ = std::thread([this] { Run(); });
 }
 
 Relay::~Relay() {
   over_ = true;
   thread_.join();
-  close(listener_);
 }
 
 void Relay::Change(const std::function<void(Line&)>& change) {
@@ -188,31 +160,31 @@ void Relay::Cut() {
 }
 
 void Relay::Accept(const Line& line) {
-  const int near = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
-  if (near < 0) return;
+  std::optional<lib::AcceptedConnection> near = lib::AcceptConnection(listener_);
+  if (!near) return;
   ++connections_;
-  const int far = line.refuses ? -1 : socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  const sockaddr_in address = OnThisMachine(to_);
+  if (line.refuses) return;
+  lib::Result<lib::Socket> far = lib::StartConnecting(*lib::NumericAddress("127.0.0.1", to_));
+  if (!far.Ok()) return;
   // On the same machine it is there at once, or nobody listens.
-  if (far < 0 || connect(far, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-    if (far >= 0) close(far);
-    close(near);
-    return;
-  }
+  lib::Awaited awaited{.handle = far->Get(), .wantWrite = true};
+  lib::WaitUntilReady({&awaited, 1}, kPatience);
+  if (!lib::ConnectOutcome(*far).Ok()) return;
   open_.push_back(std::make_unique<Connection>(
-      near, far, line.breaksAfter ? std::optional(line.breaksAfter()) : std::optional<std::uint64_t>()));
+      std::move(near->socket), std::move(*far),
+      line.breaksAfter ? std::optional(line.breaksAfter()) : std::optional<std::uint64_t>()));
 }
 
 void Relay::Run() {
   while (!over_) {
-    std::vector<pollfd> polled{{listener_, POLLIN, 0}};
+    std::vector<lib::Awaited> awaited{{.handle = listener_.Get(), .wantRead = true}};
     {
       const std::lock_guard lock(mutex_);
-      for (const auto& connection : open_) connection->AddTo(polled, line_);
+      for (const auto& connection : open_) connection->AddTo(awaited, line_);
     }
-    poll(polled.data(), polled.size(), kTurnMs);
+    lib::WaitUntilReady(awaited, kTurn);
     const std::lock_guard lock(mutex_);
-    if ((polled[0].revents & POLLIN) != 0) Accept(line_);
+    if (awaited[0].canRead) Accept(line_);
     for (auto at = open_.begin(); at != open_.end();) {
       std::uint64_t carried = 0;
       const Connection::State state = (*at)->Move(line_, carried);

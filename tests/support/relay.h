@@ -12,6 +12,8 @@
 #include <string>
 #include <thread>
 
+#include "lib/sockets.h"
+
 namespace zelkor::tests {
 
 struct Line {
@@ -48,7 +50,7 @@ class Relay {
   void Accept(const Line& line);
 
   const std::uint16_t to_;
-  int listener_ = -1;
+  lib::Socket listener_;
   std::uint16_t port_ = 0;
   std::mutex mutex_;
   Line line_;

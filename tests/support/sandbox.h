@@ -45,6 +45,11 @@ class Sandbox : public testing::Test {
     return text;
   }
 
+  // A native path as the user of this computer types it: where those are of the program's form already, by its drives.
+  static std::string AsTyped(const std::filesystem::path& path) {
+    return NativePathsAreTheForm() ? OnDriveZ(path) : path.string();
+  }
+
   static void WriteNative(const std::filesystem::path& path, const std::string& content) {
     std::filesystem::create_directories(path.parent_path());
     std::ofstream(path, std::ios::binary) << content;

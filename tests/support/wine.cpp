@@ -33,6 +33,10 @@ class Windows {
     if (made == nullptr) throw std::runtime_error("no folder for Wine");
     own_ = made;
     prefix_ = own_ / "prefix";
+    fs::create_directory(prefix_);
+    // With a server that stays, the next program need not wait for a Windows that begins anew. It goes by itself when
+    // nobody has needed it for some minutes, should this process be killed.
+    Run({"wineserver", "--persistent=300"});
     Run({"wineboot", "--init"});
   }
   ~Windows() {

@@ -2,7 +2,9 @@
 
 #include <fstream>
 #include <stdlib.h>  // NOLINT(modernize-deprecated-headers): setenv, mkdtemp
-#include <time.h>    // NOLINT(modernize-deprecated-headers): tzset
+#include <sys/stat.h>
+#include <time.h>  // NOLINT(modernize-deprecated-headers): tzset
+#include <unistd.h>
 
 namespace zelkor::tests {
 
@@ -15,8 +17,38 @@ bool MoveToZone(const char* zone) {
   return true;
 }
 
+void LeaveZone() {
+  ClearVariable("TZ");
+  tzset();
+}
+
 bool NativePathsAreTheForm() { return false; }
 bool HasModes() { return true; }
+bool HasUnnamedFiles() { return true; }
+std::chrono::milliseconds LinkPatience() { return std::chrono::milliseconds(400); }
+
+unsigned ModeOf(const std::filesystem::path& path) {
+  return static_cast<unsigned>(std::filesystem::status(path).permissions());
+}
+
+std::size_t MemoryInUse() {
+  std::ifstream statm("/proc/self/statm");
+  std::size_t total = 0;
+  std::size_t resident = 0;
+  statm >> total >> resident;
+  return resident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+}
+
+std::filesystem::path MakeFolderElsewhere() {
+  struct stat here {};
+  struct stat there {};
+  if (stat("/dev/shm", &there) != 0 || stat(std::filesystem::temp_directory_path().c_str(), &here) != 0 ||
+      here.st_dev == there.st_dev) {
+    return {};
+  }
+  std::string pattern = "/dev/shm/zelkor-test-XXXXXX";
+  return mkdtemp(pattern.data());
+}
 
 std::filesystem::path MakeTemporaryFolder() {
   std::string pattern = (std::filesystem::temp_directory_path() / "zelkor-test-XXXXXX").string();
@@ -45,5 +77,19 @@ void CatchOpenedDocuments(const std::filesystem::path& programs, const std::file
   fs::permissions(programs / "xdg-open", fs::perms::owner_all);
   SetVariable("PATH", programs.string() + ":" + std::getenv("PATH"));
 }
+
+void PutTellingProgram(const std::filesystem::path& program) {
+  namespace fs = std::filesystem;
+  fs::create_directories(program.parent_path());
+  std::ofstream(program) << "#!/bin/sh\nprintf '%s\\n' \"$ZELKOR_DIR\" >>\"$0.told\"\n";
+  fs::permissions(program, fs::perms::owner_all);
+}
+
+// A link to itself can not be followed; the first pages of a process's memory are never there.
+RefusingFile::RefusingFile(const std::filesystem::path& path, Refuses what) : path_(path) {
+  std::filesystem::remove(path);
+  std::filesystem::create_symlink(what == Refuses::Opening ? path : "/proc/self/mem", path);
+}
+RefusingFile::~RefusingFile() { std::filesystem::remove(path_); }
 
 }  // namespace zelkor::tests

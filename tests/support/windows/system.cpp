@@ -4,7 +4,10 @@
 #include <random>
 #include <stdlib.h>  // NOLINT(modernize-deprecated-headers): _putenv_s
 #include <string>
+#include <utility>
 #include <windows.h>
+// It needs the system's own header before it.
+#include <psapi.h>
 
 namespace zelkor::tests {
 
@@ -14,9 +17,22 @@ void SetVariable(const char* name, const std::string& value) { _putenv_s(name, v
 void ClearVariable(const char* name) { _putenv_s(name, ""); }
 
 bool MoveToZone(const char* /*zone*/) { return false; }
+void LeaveZone() {}
 
 bool NativePathsAreTheForm() { return true; }
 bool HasModes() { return false; }
+bool HasUnnamedFiles() { return false; }
+std::chrono::milliseconds LinkPatience() { return std::chrono::milliseconds(3000); }
+
+unsigned ModeOf(const fs::path& /*path*/) { return 0; }
+
+std::size_t MemoryInUse() {
+  PROCESS_MEMORY_COUNTERS counters{};
+  K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
+  return counters.WorkingSetSize;
+}
+
+fs::path MakeFolderElsewhere() { return {}; }
 
 fs::path MakeTemporaryFolder() {
   static const fs::path above = fs::temp_directory_path();  // before a computer of its own has another
@@ -47,11 +63,40 @@ void CatchOpenedDocuments(const fs::path& programs, const fs::path& opened) {
   std::ofstream(script) << "@<nul set /p=%~1>" << part << "\r\n@move /y " << part << " " << opened.string()
                         << " >nul\r\n";
   const std::string command = "cmd.exe /c " + script.string() + " \"%1\"";
-  for (const char* kind : {"http", ".html", "htmlfile"}) {
-    const std::string key = std::string("Software\\Classes\\") + kind + "\\shell\\open\\command";
-    RegSetKeyValueA(HKEY_CURRENT_USER, key.c_str(), nullptr, REG_SZ, command.c_str(),
-                    static_cast<DWORD>(command.size() + 1));
+  const char* const document = "zelkor.test";
+  const auto set = [](const std::string& key, const std::string& value) {
+    // What is the user's goes before what is everybody's, but Wine does not look there.
+    for (const auto& [root, name] :
+         {std::pair{HKEY_CURRENT_USER, "Software\\Classes\\" + key}, {HKEY_CLASSES_ROOT, key}}) {
+      RegSetKeyValueA(root, name.c_str(), nullptr, REG_SZ, value.c_str(), static_cast<DWORD>(value.size() + 1));
+    }
+  };
+  set(".doc", document);
+  for (const char* kind : {"http", ".html", "htmlfile", document, "Folder", "Directory"}) {
+    set(std::string(kind) + "\\shell\\open\\command", command);
   }
+}
+
+void PutTellingProgram(const fs::path& program) {
+  // It stands above the folders of the test programs.
+  std::wstring own(MAX_PATH, L'\0');
+  own.resize(GetModuleFileNameW(nullptr, own.data(), MAX_PATH));
+  fs::create_directories(program.parent_path());
+  fs::copy_file(fs::path(own).parent_path().parent_path() / "zelkor_telling_program.exe", program,
+                fs::copy_options::overwrite_existing);
+}
+
+// Somebody else has it for himself, or all that it may ever hold of it.
+RefusingFile::RefusingFile(const fs::path& path, Refuses what) : path_(path) {
+  std::ofstream(path, std::ios::binary) << std::string(4096, 'x');
+  const DWORD shared = what == Refuses::Opening ? 0 : FILE_SHARE_READ | FILE_SHARE_WRITE;
+  handle_ = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, shared, nullptr, OPEN_EXISTING, 0, nullptr);
+  if (what == Refuses::Reading) LockFile(handle_, 0, 0, MAXDWORD, 0);
+}
+RefusingFile::~RefusingFile() {
+  CloseHandle(handle_);
+  std::error_code ignored;
+  fs::remove(path_, ignored);
 }
 
 }  // namespace zelkor::tests

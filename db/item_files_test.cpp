@@ -1,17 +1,14 @@
 // Listing an item's files, opening them by type, and items made of files from outside.
-#include <cstdlib>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
-#include <sys/stat.h>
 
 #include "db/item_editing_fixture.h"
 
 namespace zelkor::db {
 namespace {
 
-namespace fs = std::filesystem;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -49,17 +46,6 @@ TEST_F(ItemFilesTest, AppliesUnappliedChangesBeforeItListsTheFiles) {
   EXPECT_THAT(desktop_.lists[0].entries, ElementsAre("c:\\new.txt"));
 }
 
-TEST_F(ItemFilesTest, TellsInOneBoxOfNamesThatItCanNotList) {
-  for (int i = 10; i < 22; ++i) WriteFile("a:" + std::to_string(i) + ".txt", "");
-  WriteFile("good.txt", "");
-  OpenWith({{.description = "a", .fileName = "c:\\*.txt"}});
-  Editing().ListItemFiles();
-  ASSERT_EQ(user_.boxes.size(), 1U);
-  EXPECT_THAT(user_.boxes[0].text, AllOf(HasSubstr("a:10.txt"), HasSubstr("a:19.txt"), HasSubstr("and 2 more")));
-  EXPECT_THAT(user_.boxes[0].text, testing::Not(HasSubstr("a:20.txt")));
-  EXPECT_THAT(desktop_.lists.at(0).entries, ElementsAre("c:\\good.txt"));
-}
-
 TEST_F(ItemFilesTest, ListsNothingWithoutAnItem) {
   OpenWith({});
   Editing().ListItemFiles();
@@ -70,28 +56,15 @@ TEST_F(ItemFilesTest, ListsNothingWithoutAnItem) {
 
 class OpeningTest : public ItemEditingTest {
  protected:
-  // An opener of the test's own, which tells what it was given through a named pipe.
-  OpeningTest() {
-    if (const char* path = getenv("PATH")) path_ = path;
-    const fs::path opener = Root() / "bin/xdg-open";
-    WriteNative(opener, "#!/bin/sh\nprintf '%s' \"$1\" > '" + Pipe().string() + "'\n");
-    fs::permissions(opener, fs::perms::owner_all);
-    setenv("PATH", ((Root() / "bin").string() + ":" + path_).c_str(), 1);
-    EXPECT_EQ(mkfifo(Pipe().c_str(), 0600), 0);
-  }
-  ~OpeningTest() override { setenv("PATH", path_.c_str(), 1); }
-  [[nodiscard]] fs::path Pipe() const { return Root() / "pipe"; }
+  OpeningTest() { tests::CatchOpenedDocuments(Root() / "bin", Root() / "opened"); }
   // What the system's opener was given; waits for it.
-  [[nodiscard]] std::string OpenedBySystem() const { return ReadNative(Pipe()); }
+  [[nodiscard]] std::string OpenedBySystem() const { return tests::WaitForFile(Root() / "opened"); }
 
   void OpenOne(const std::string& fileName, const std::string& editorTypes, const std::string& shellTypes) {
     OpenWith({{.description = "a", .fileName = fileName}});
     Data().Config().SetText(ConfigRec::kEditorTypes, editorTypes);
     Data().Config().SetText(ConfigRec::kShellTypes, shellTypes);
   }
-
- private:
-  std::string path_;
 };
 
 TEST_F(OpeningTest, OpensAnEditorTypeInTheEditorThoughItIsAShellTypeToo) {
