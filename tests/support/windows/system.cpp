@@ -22,7 +22,7 @@ void LeaveZone() {}
 bool NativePathsAreTheForm() { return true; }
 bool HasModes() { return false; }
 bool HasUnnamedFiles() { return false; }
-std::chrono::milliseconds LinkPatience() { return std::chrono::milliseconds(3000); }
+std::chrono::milliseconds LinkPatience() { return std::chrono::milliseconds(5000); }
 
 unsigned ModeOf(const fs::path& /*path*/) { return 0; }
 
