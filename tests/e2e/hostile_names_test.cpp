@@ -1,5 +1,6 @@
 // Names in sync files that would lead somewhere they must not.
 #include "tests/support/e2e.h"
+#include "tests/support/wine.h"
 
 namespace zelkor::tests {
 namespace {
@@ -93,11 +94,16 @@ TEST_F(HostileNames, OfZelkorsOwnFilesThatRemappingLeadsToAreRefused) {
 
 TEST_F(HostileNames, OfTheProgramItselfAreRefused) {
   // A copy, so that a program that fails here does not destroy itself.
-  program = folder.Path() / "bin" / "zelkor";
+  const bool windows = Computer::UsualSystem() == System::Windows;
+  const std::filesystem::path built =
+      windows ? WindowsProgram("app/zelkor.exe") : std::filesystem::path(ZELKOR_PROGRAM);
+  program = folder.Path() / "bin" / built.filename();
   std::filesystem::create_directory(program.parent_path());
-  std::filesystem::copy_file(ZELKOR_PROGRAM, program);
-  for (const char* name : {"zelkor", "vandry", "Vandry.exe"}) ExpectRefused(OnDriveZ(program.parent_path() / name));
-  EXPECT_EQ(NamesIn(program.parent_path()), (std::vector<std::string>{"zelkor"}));
+  std::filesystem::copy_file(built, program);
+  for (const std::string& name : {built.filename().string(), std::string("vandry"), std::string("Vandry.exe")}) {
+    ExpectRefused(OnDriveZ(program.parent_path() / name));
+  }
+  EXPECT_EQ(NamesIn(program.parent_path()), (std::vector<std::string>{built.filename().string()}));
 }
 
 TEST_F(HostileNames, DoNotReachThroughALinkWhereAFileIsReplaced) {
