@@ -95,7 +95,7 @@ TEST_F(Unattended, ASwitchInCapitalsDoesNothingAndEndsWithStatus2) {
 }
 
 TEST_F(Unattended, WithoutAComputerIdThatCanBeAskedForNothingIsDone) {
-  WriteBytes(office.SettingsFile(), "[Drives]\r\nm=" + Stick().string() + "\r\n");
+  WriteBytes(office.SettingsFile(), "[Drives]\r\nm=" + office.Written(Stick()) + "\r\n");
   const Outcome outcome = office.Export("lap");
   EXPECT_EQ(outcome.status, 2) << outcome;
   EXPECT_THAT(outcome.err, Says("Enter computer ID. 1 to 6 characters."));
@@ -103,7 +103,7 @@ TEST_F(Unattended, WithoutAComputerIdThatCanBeAskedForNothingIsDone) {
 }
 
 TEST_F(Unattended, AsksForTheComputerIdUntilItHasTwoToSixCharactersAndStoresIt) {
-  WriteBytes(office.SettingsFile(), "[Drives]\r\nm=" + Stick().string() + "\r\n");
+  WriteBytes(office.SettingsFile(), "[Drives]\r\nm=" + office.Written(Stick()) + "\r\n");
   const Outcome outcome = office.Export("lap", {.input = "A\nComputer1\nPC01\n"});
   EXPECT_EQ(outcome.status, 0) << outcome;
   EXPECT_THAT(ReadBytes(office.SettingsFile()), Says("PC01"));
@@ -116,7 +116,7 @@ TEST_F(Unattended, AsksForTheComputerIdUntilItHasTwoToSixCharactersAndStoresIt) 
 TEST_F(Unattended, UsesAStoredComputerIdOfOneOrManyCharacters) {
   for (const auto& [stored, used] : {std::pair{"A", "a"}, std::pair{"Computer1", "comput"}}) {
     WriteBytes(office.SettingsFile(),
-               "[ORLIM]\r\nUSER=" + std::string(stored) + "\r\n[Drives]\r\nm=" + Stick().string() + "\r\n");
+               "[ORLIM]\r\nUSER=" + std::string(stored) + "\r\n[Drives]\r\nm=" + office.Written(Stick()) + "\r\n");
     EXPECT_EQ(office.Export("lap").status, 0);
     EXPECT_EQ(Waiting("lap.cas").sender, used);
     std::filesystem::remove(Stick() / "lap.cas");

@@ -136,8 +136,11 @@ Computer::Computer(const std::filesystem::path& root, std::string id, System sys
   }
   std::filesystem::create_directories(root_ / "stick");
   AddSetting("Orlim", "User=" + id_);
-  const std::filesystem::path stick = root_ / "stick";
-  AddSetting("Drives", "m=" + (system_ == System::Windows ? WindowsPath(stick) : stick.string()));
+  AddSetting("Drives", "m=" + Written(root_ / "stick"));
+}
+
+std::string Computer::Written(const std::filesystem::path& path) const {
+  return system_ == System::Windows ? WindowsPath(path) : path.string();
 }
 
 std::map<std::string, std::string> Computer::LinuxEnvironment() const {

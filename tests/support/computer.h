@@ -74,6 +74,9 @@ class Computer {
   [[nodiscard]] std::filesystem::path Temporary() const { return folder_ / "tmp"; }
   [[nodiscard]] std::filesystem::path SettingsFile() const { return folder_ / "config" / "orlim.ini"; }
 
+  // A native path of this machine as it is written on that computer.
+  [[nodiscard]] std::string Written(const std::filesystem::path& path) const;
+
   // Running the program.
   struct Options {
     std::string input{};
