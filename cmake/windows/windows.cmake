@@ -85,7 +85,7 @@ set(ZELKOR_WINDOWS_NOT_FROM_OUTSIDE
   */Spanning.ADiskPulledWhileItIsWrittenFailsTheDelivery/* */Spanning.ADiskThatCanNotBeReadFailsTheImport/*
   # Files have no modes; the temporary folder is Wine's; the link is DDE, whose other end is no program of Linux.
   Import.KeepsTheModeOfAFileItReplaces LogAndHistory.AreOfTheirOwnersOnly
-  Unattended.ATemporaryFolderThatIsMissingIsSaid NetworkRun.*
+  Unattended.ATemporaryFolderThatIsMissingIsSaid NetworkRun.* FtpRun.*
   # Wine keeps no creation times.
   Exchange.CreationTimesTravel
   # There is a display for DDE, so without a synchronisation the main window comes.
