@@ -75,26 +75,12 @@ mw::mw(ProgramState& state, MwRows& rows, db::ItemEditing& editing, MwCommands& 
   SetStatusBarPane(-1);  // no help texts over the panels
   MakeViews();
   BindEntries();
-  tray_ = std::make_unique<Tray>(
-      [this] {
-        // Only the minimised window is reached through the tray.
-        if (IsIconized() || !IsShown()) SysTray_Restore_Click();
-      },
-      [this]() -> wxMenu* {
-        if (!IsIconized() && IsShown()) return nullptr;
-        auto* menu = new wxMenu;
-        menu->Append(SysTray_Restore, "&Restore");
-        menu->Append(SysTray_Exit, "E&xit");
-        return menu;
-      });
-  tray_->Bind(
-      wxEVT_MENU, [this](wxCommandEvent&) { SysTray_Restore_Click(); }, SysTray_Restore);
-  tray_->Bind(
-      wxEVT_MENU, [this](wxCommandEvent&) { lib::Later(*this, [this] { RequestExit(); }); }, SysTray_Exit);
+  tray_ = std::make_unique<lib::TrayIcon>(*this);
 
   rows_.OnChange([this] { RowsChanged(); });
   rows_.OnSelect([this] { RowSelected(); });
   Bind(wxEVT_ICONIZE, &mw::Form_Resize, this);
+  Bind(wxEVT_MOTION, &mw::Form_MouseMove, this);
   Bind(wxEVT_CLOSE_WINDOW, &mw::Form_Unload, this);
   SetMinSize(FromDIP(wxSize(kLeastWidth, kLeastHeight)));
   // As wide as the columns, where the screen has room for it.
@@ -266,22 +252,42 @@ void mw::CheckSysTray(bool checked) {
 bool mw::SetTrayIcon(bool shown) {
   state_.trayFlag = shown;
   if (shown) {
-    tray_->ShowIcon();
+    tray_->Add();
   } else {
-    tray_->HideIcon();
+    tray_->Delete();
     // Without its icon a hidden window could not be reached.
     if (!IsShown() && shown_ && !ending_) SysTray_Restore_Click();
   }
-  return Tray::Answers();
+  return lib::TrayIcon::TrayAnswers();
 }
 
 void mw::Form_Resize(wxIconizeEvent& event) {
   event.Skip();
   // Minimised, the window is reached through the tray, if there is one, and needs no place in the taskbar.
-  if (event.IsIconized() && state_.trayFlag && Tray::Answers()) Hide();
+  if (event.IsIconized() && state_.trayFlag && lib::TrayIcon::TrayAnswers()) Hide();
 }
 
 void mw::Minimise() { Iconize(true); }
+
+void mw::Form_MouseMove(wxMouseEvent& event) {
+  event.Skip();
+  if (!Minimised()) return;
+  switch (event.GetX()) {
+    case lib::kTrayLeftUp:
+    case lib::kTrayLeftDoubleClick:
+      SysTray_Restore_Click();
+      break;
+    case lib::kTrayRightUp: {
+      wxMenu menu;
+      menu.Append(SysTray_Restore, "&Restore");
+      menu.Append(SysTray_Exit, "E&xit");
+      tray_->PopUp(menu);
+      break;
+    }
+    default:
+      break;
+  }
+}
 
 void mw::SysTray_Restore_Click() {
   // In this order: shown while it still counts as minimised, the window may come back as such.
@@ -289,6 +295,11 @@ void mw::SysTray_Restore_Click() {
   Show();
   Raise();
   Shown().Window().SetFocus();
+}
+
+// Once the menu that it was chosen in has gone.
+void mw::SysTray_Exit_Click() {
+  lib::Later(*this, [this] { RequestExit(); });
 }
 
 void mw::Form_Unload(wxCloseEvent& event) {
@@ -325,8 +336,7 @@ void mw::EndNow() {
 
 FormPosition mw::Position() const {
   FormPosition position = PositionOf(*this);
-  // Hidden in the tray it counts as minimised.
-  if (!IsShown() && shown_) position.state = WindowState::Minimised;
+  if (Minimised()) position.state = WindowState::Minimised;
   return position;
 }
 

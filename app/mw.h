@@ -15,8 +15,8 @@
 #include "app/program_state.h"
 #include "app/status_line.h"
 #include "app/tiles_view.h"
-#include "app/tray.h"
 #include "db/item_editing.h"
+#include "lib/gui/tray_icon.h"
 
 namespace zelkor::app {
 
@@ -101,6 +101,7 @@ class mw : public wxFrame, public MainView, public db::CurrentItemView {
   void List_OLEDragDrop(const wxArrayString& files);
   void View_View_Click(int index);
   void SysTray_Restore_Click();
+  void SysTray_Exit_Click();
 
   [[nodiscard]] StatusLine& Status() { return *status_; }
   [[nodiscard]] DetailsView& Details() { return *details_; }
@@ -119,12 +120,16 @@ class mw : public wxFrame, public MainView, public db::CurrentItemView {
   [[nodiscard]] bool Enabled(int entry) const;
   [[nodiscard]] bool Checked(int entry) const;
   [[nodiscard]] bool InHand() const { return state_.catalogue.Occupied().InHand(); }
+  // Hidden in the tray it counts as minimised too.
+  [[nodiscard]] bool Minimised() const { return IsIconized() || (!IsShown() && shown_); }
   [[nodiscard]] int ShownView() const;
   [[nodiscard]] ItemView& Shown();
 
   // The window sees keys before its controls. True when the key is swallowed.
   bool Form_KeyPress(const wxKeyEvent& event);
   void Form_Resize(wxIconizeEvent& event);
+  // The tray's notifications, while the window is minimised.
+  void Form_MouseMove(wxMouseEvent& event);
   void Form_Unload(wxCloseEvent& event);
   void EndNow();
   void RowsChanged();
@@ -142,7 +147,7 @@ class mw : public wxFrame, public MainView, public db::CurrentItemView {
   db::ItemEditing& editing_;
   MwCommands& commands_;
   MwHooks hooks_;
-  std::unique_ptr<Tray> tray_;
+  std::unique_ptr<lib::TrayIcon> tray_;
   StatusLine* status_ = nullptr;
   DetailsView* details_ = nullptr;
   TilesView* tiles_ = nullptr;

@@ -121,6 +121,8 @@ void mw::BindEntries() {
   OnEntry(Help_Help, [this] { commands_.Help_Help(); });
   OnEntry(Help_WWW, [this] { commands_.Help_WWW(); });
   OnEntry(Help_About, [this] { Help_About_Click(); });
+  OnEntry(SysTray_Restore, [this] { SysTray_Restore_Click(); });
+  OnEntry(SysTray_Exit, [this] { SysTray_Exit_Click(); });
   Bind(wxEVT_UPDATE_UI, &mw::OnUpdateUi, this, File_Sync, Help_About);
 }
 

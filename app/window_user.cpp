@@ -5,10 +5,10 @@
 #include <wx/evtloop.h>
 #include <wx/filedlg.h>
 #include <wx/filename.h>
-#include <wx/msgdlg.h>
 #include <wx/textdlg.h>
 #include <wx/utils.h>
 
+#include "lib/gui/message_box.h"
 #include "lib/gui/text.h"
 #include "lib/native_path.h"
 #include "net/frm_msg.h"
@@ -22,44 +22,6 @@ constexpr const char* kTitle = "Zelkor";
 constexpr auto kBetweenTurns = std::chrono::milliseconds(15);
 // A box so soon after another goes on with the same matter.
 constexpr auto kBetweenBoxes = std::chrono::milliseconds(500);
-
-long IconStyle(lib::Icon icon) {
-  switch (icon) {
-    case lib::Icon::Critical:
-      return wxICON_ERROR;
-    case lib::Icon::Question:
-      return wxICON_QUESTION;
-    case lib::Icon::Exclamation:
-      return wxICON_EXCLAMATION;
-    case lib::Icon::Information:
-      return wxICON_INFORMATION;
-    case lib::Icon::None:
-      break;
-  }
-  return wxICON_NONE;
-}
-
-long ButtonStyle(lib::Buttons buttons, lib::Button preselected) {
-  switch (buttons) {
-    case lib::Buttons::OkCancel:
-      return wxOK | wxCANCEL | (preselected == lib::Button::Cancel ? wxCANCEL_DEFAULT : 0);
-    case lib::Buttons::YesNo:
-      return wxYES_NO | (preselected == lib::Button::No ? wxNO_DEFAULT : 0);
-    case lib::Buttons::YesNoCancel:
-      return wxYES_NO | wxCANCEL | (preselected == lib::Button::No ? wxNO_DEFAULT : 0) |
-             (preselected == lib::Button::Cancel ? wxCANCEL_DEFAULT : 0);
-    case lib::Buttons::Ok:
-      break;
-  }
-  return wxOK;
-}
-
-// Windows break lines at LF; a paragraph of an edit box or a log would not know CR LF either.
-wxString Lines(const std::string& text) {
-  wxString shown = lib::ToWx(text);
-  shown.Replace("\r\n", "\n");
-  return shown;
-}
 
 wxString TitleOf(const std::string& title) { return title.empty() ? wxString(kTitle) : lib::ToWx(title); }
 
@@ -79,25 +41,9 @@ int WindowUser::Show(wxDialog& dialog) {
 }
 
 lib::Button WindowUser::Ask(const lib::Box& box) {
-  wxMessageDialog dialog(Owner(), Lines(box.text), TitleOf(box.title),
-                         ButtonStyle(box.buttons, box.preselected) | IconStyle(box.icon) | wxCENTRE);
-  // The answers to a question are words of the program, not of the system's language.
-  if (box.buttons == lib::Buttons::YesNo) dialog.SetYesNoLabels("&Yes", "&No");
-  if (box.buttons == lib::Buttons::YesNoCancel) dialog.SetYesNoCancelLabels("&Yes", "&No", "&Cancel");
-  if (box.buttons == lib::Buttons::OkCancel) dialog.SetOKCancelLabels("&OK", "&Cancel");
-  if (box.buttons == lib::Buttons::Ok) dialog.SetOKLabel("&OK");
-  switch (Show(dialog)) {
-    case wxID_YES:
-      return lib::Button::Yes;
-    case wxID_NO:
-      return lib::Button::No;
-    case wxID_CANCEL:
-      // Closing a question by its frame is the safe answer.
-      if (box.buttons == lib::Buttons::YesNo) return lib::Button::No;
-      return box.buttons == lib::Buttons::Ok ? lib::Button::Ok : lib::Button::Cancel;
-    default:
-      return lib::Button::Ok;
-  }
+  const lib::Button answer = lib::ShowMessageBox(Owner(), TitleOf(box.title), box);
+  answered_ = std::chrono::steady_clock::now();
+  return answer;
 }
 
 bool WindowUser::Retry(const lib::Box& box) {
@@ -107,7 +53,7 @@ bool WindowUser::Retry(const lib::Box& box) {
 }
 
 std::string WindowUser::Input(const std::string& prompt, const std::string& title, const std::string& preset) {
-  wxTextEntryDialog dialog(Owner(), Lines(prompt), TitleOf(title), lib::ToWx(preset));
+  wxTextEntryDialog dialog(Owner(), lib::LinesToWx(prompt), TitleOf(title), lib::ToWx(preset));
   return Show(dialog) == wxID_OK ? lib::FromWx(dialog.GetValue()) : std::string();
 }
 

@@ -131,11 +131,12 @@ bool Sync::CanRun(Command command) const {
     case Target_DateImport:
     case Target_DateExport:
     case Target_TestConn:
-    case Target_FtpDir:
     case Sync_Import:
     case Sync_Export:
     case Media_Browse:
       return target;
+    case Target_FtpDir:
+      return target && GetMenuBar()->FindItem(Target_FtpDir) != nullptr;
     case Sync_View:
       return target && viewEnabled_;
     case Sync_Close:
@@ -163,6 +164,8 @@ void Sync::List_Click() { commands_.Editing().List_Click(list_->GetSelection());
 
 void Sync::ConPar_Change(int index) {
   Row& row = RowAt(index);
+  // What was put back below comes here once more.
+  if (row.text->GetValue() == row.last) return;
   if (const wxString text = row.text->GetValue(); lib::TextFits(text)) {
     row.last = text;
     commands_.Editing().ConPar_Change();

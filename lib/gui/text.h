@@ -8,6 +8,8 @@
 namespace zelkor::lib {
 
 [[nodiscard]] wxString ToWx(std::string_view text);
+// A text whose line breaks are CR LF, with LF instead, which is what boxes break lines at.
+[[nodiscard]] wxString LinesToWx(std::string_view text);
 // A text typed or pasted by the user; "?" stands for what the code page lacks (see TextFits).
 [[nodiscard]] std::string FromWx(const wxString& text);
 // Whether the code page holds every character of the text.

@@ -13,6 +13,7 @@ set(system_sources
   windows/locale_dates.cpp
   windows/native_path.cpp
   windows/new_file.cpp
+  windows/notify_icon.cpp
   windows/open_file.cpp
   windows/read_ahead_file.cpp
   windows/readiness.cpp
@@ -30,5 +31,6 @@ set(system_tests
   windows/channel_dde_test.cpp
   windows/local_offset_test.cpp
   windows/native_path_test.cpp
+  windows/notify_icon_test.cpp
 )
 set(system_libraries advapi32 shell32 user32 ws2_32)
