@@ -365,7 +365,7 @@ TEST_F(MwTest, TakesFilesThatAreDraggedOntoItsListInEveryView) {
     WriteNative(Home() / name, "x");
     wxUIActionSimulator mouse;
     const wxRect from = handle->GetScreenRect();
-    mouse.MouseMove(from.x + 50, from.y + 50);
+    mouse.MouseMove(from.x + 50 + 20 * view, from.y + 50);  // apart from one another: no double click
     Settle();
     mouse.MouseDown();
     EXPECT_TRUE(Until([&] { return rows_->Count() == (view == 3 ? 1 : 2); })) << view;

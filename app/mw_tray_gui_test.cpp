@@ -23,25 +23,34 @@ class MwTray : public tests::ProgramWithWindows {
     for (int i = 0; i < 4; ++i) Press(WXK_DOWN);
     Press(WXK_RETURN);
   }
-  // Waits for the icon, which the tray takes in and moves to its place.
-  static wxPoint Icon() {
-    wxPoint last(-1, -1);
+  // Waits for the icon, which the tray takes in and moves to its place, and clicks it.
+  static void ClickIcon(wxMouseButton button = wxMOUSE_BTN_LEFT) {
+    Icon();
+    tests::native::ClickTrayIcon(button);
+    Settle();
+  }
+  static void Icon() {
     Until(
-        [&last] {
+        [] {
           const auto now = TrayIcon();
           Settle();
-          const bool stays = now && TrayIcon() == now && now->x > 0;
-          if (stays) last = *now;
-          return stays;
+          return now && TrayIcon() == now && now->x > 0;
         },
         "the icon in the tray");
-    return last;
   }
   // Starts as a program that was in the tray when it ended; it is out of sight afterwards.
   void StartInTray() {
     Settings(kInTray);
-    Start({{"one"}});
+    WriteItems({{"one"}});
+    StartOnFiles();  // and does not fetch the window, which may be on its way still
     EXPECT_TRUE(Until([this] { return !Main().IsShown(); }, "the window to hide"));
+  }
+  // What the tray tells the window, by its code.
+  void Notify(int code) {
+    wxMouseEvent move(wxEVT_MOTION);
+    move.SetX(code);
+    Main().HandleWindowEvent(move);
+    Settle();
   }
   // Has the tray's menu, once it is open, get this key.
   class MenuKey : public wxTimer {
@@ -67,6 +76,7 @@ TEST_F(MwTray, TheEntryPutsTheIconIntoTheTrayAtOnceAndTakesItAwayAtOnce) {
   EXPECT_TRUE(state_->trayFlag);
   EXPECT_TRUE(Main().IsShown());
   EXPECT_TRUE(Main().GetMenuBar()->IsChecked(File_SysTray));
+  ShowActive(Main());  // some trays take the keyboard with a new icon
   SwitchByMenu();
   EXPECT_TRUE(Until([] { return !TrayIcon(); }));
   EXPECT_FALSE(state_->trayFlag);
@@ -76,7 +86,7 @@ TEST_F(MwTray, TheEntryPutsTheIconIntoTheTrayAtOnceAndTakesItAwayAtOnce) {
 TEST_F(MwTray, StartsOutOfSightAndComesBackByAClick) {
   StartInTray();
   EXPECT_TRUE(Main().GetMenuBar()->IsChecked(File_SysTray));
-  Click(Icon());
+  ClickIcon();
   EXPECT_TRUE(Until([this] { return Main().IsShown(); }));
   EXPECT_TRUE(Until([this] { return !Main().IsIconized(); }));
   EXPECT_TRUE(Until([this] { return tests::native::IsActive(Main().GetHandle()); }));
@@ -89,7 +99,7 @@ TEST_F(MwTray, MinimisedTheWindowLeavesTheTaskbar) {
   EXPECT_TRUE(Main().SetTrayIcon(true));
   Main().Iconize();
   EXPECT_TRUE(Until([this] { return !Main().IsShown(); }));
-  Click(Icon());
+  ClickIcon();
   EXPECT_TRUE(Until([this] { return Main().IsShown() && !Main().IsIconized(); }));
 }
 
@@ -100,6 +110,51 @@ TEST_F(MwTray, WithoutTheIconAMinimisedWindowStaysInTheTaskbar) {
   EXPECT_TRUE(Main().IsShown());
 }
 
+TEST_F(MwTray, ComesBackByADoubleClick) {
+  StartInTray();
+  Notify(515);
+  EXPECT_TRUE(Until([this] { return Main().IsShown() && !Main().IsIconized(); }));
+}
+
+TEST_F(MwTray, ComesBackByAClickWhenItIsMinimisedInTheTaskbar) {
+  Start({{"one"}});
+  Main().Iconize();
+  ASSERT_TRUE(Until([this] { return Main().IsIconized(); }));
+  EXPECT_TRUE(Main().SetTrayIcon(true));
+  ASSERT_TRUE(Main().IsShown());
+  ClickIcon();
+  EXPECT_TRUE(Until([this] { return !Main().IsIconized(); }));
+  EXPECT_TRUE(Until([this] { return tests::native::IsActive(Main().GetHandle()); }));
+}
+
+// The mouse over the icon, its other buttons and how these begin, and codes of later systems.
+TEST_F(MwTray, PassesOverAllOtherNotifications) {
+  StartInTray();
+  for (const int code : {0, 1, 512, 513, 516, 518, 519, 520, 521, 123, 1024, 1026, -514}) {
+    Notify(code);
+    EXPECT_FALSE(Main().IsShown()) << code;
+    EXPECT_FALSE(tests::native::MenuIsOpen()) << code;
+  }
+}
+
+TEST_F(MwTray, MovesOverTheWindowAreNoClicksWhateverTheirPlace) {
+  Start({{"one"}});
+  Main().SetTrayIcon(true);
+  Icon();
+  auto* other = new wxFrame(nullptr, wxID_ANY, "other", wxPoint(700, 400), wxSize(200, 150));
+  ShowActive(*other);
+  for (const int code : {514, 515, 517}) {
+    Notify(code);
+    // Over the toolbar, the list and the status line of the window too.
+    for (const int y : {5, 150, Main().GetClientSize().y - 5}) {
+      wxUIActionSimulator().MouseMove(Main().ClientToScreen(wxPoint(code, y)));
+      Settle();
+    }
+    EXPECT_FALSE(tests::native::MenuIsOpen()) << code;
+  }
+  EXPECT_TRUE(tests::native::IsActive(other->GetHandle()));
+}
+
 TEST_F(MwTray, ClicksDoNothingWhileTheWindowIsNotMinimised) {
   Start({{"one"}});
   Main().SetTrayIcon(true);
@@ -108,8 +163,8 @@ TEST_F(MwTray, ClicksDoNothingWhileTheWindowIsNotMinimised) {
     iconized = true;
     event.Skip();
   });
-  Click(Icon());
-  Click(Icon(), wxMOUSE_BTN_RIGHT);
+  ClickIcon();
+  ClickIcon(wxMOUSE_BTN_RIGHT);
   EXPECT_FALSE(iconized);
   EXPECT_FALSE(tests::native::MenuIsOpen());
   EXPECT_TRUE(Main().IsShown());
@@ -118,14 +173,14 @@ TEST_F(MwTray, ClicksDoNothingWhileTheWindowIsNotMinimised) {
 TEST_F(MwTray, TheMenuRestoresTheWindow) {
   StartInTray();
   const MenuKey key('r');
-  Click(Icon(), wxMOUSE_BTN_RIGHT);
+  ClickIcon(wxMOUSE_BTN_RIGHT);
   EXPECT_TRUE(Until([this] { return Main().IsShown() && !Main().IsIconized(); }));
 }
 
 TEST_F(MwTray, TheMenuEndsTheProgramWhichStartsInTheTrayAgain) {
   StartInTray();
   const MenuKey key('x');
-  Click(Icon(), wxMOUSE_BTN_RIGHT);
+  ClickIcon(wxMOUSE_BTN_RIGHT);
   EXPECT_TRUE(Until([this] { return ended_; }));
   EXPECT_THAT(SettingsText(), HasSubstr("SysTray=1\r\n"));
   EXPECT_TRUE(Until([] { return !TrayIcon(); }));

@@ -220,8 +220,7 @@ TEST_F(SyncWindow, BrowsingTakesThePickedFolder) {
   fs::create_directories(Home() / ".local" / "share");  // the system's dialog notes there what was picked
   Open();
   Expect([this](ShownModal&) {
-    Type("/");  // opens the dialog's box for a name
-    Type((Home() / "stick2").string().substr(1).c_str());
+    TypePath((Home() / "stick2").make_preferred());
     Press(WXK_RETURN);
   });
   {

@@ -1,5 +1,7 @@
 #include "tests/support/gui_testing.h"
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdlib>
 #include <deque>
@@ -22,11 +24,34 @@ namespace {
 
 constexpr auto kPatience = std::chrono::seconds(20);
 
+// Whether keys are on their way into a menu, which nobody has served yet.
+bool inMenu = false;  // NOLINT(cppcoreguidelines-avoid-non-const-global-variables): one test at a time
+
 // Serves the next events, or returns after some milliseconds without any.
 void ServeEvents() {
+  inMenu = false;
   wxEventLoopBase* loop = wxEventLoopBase::GetActive();
   loop->DispatchTimeout(10);
   wxTheApp->ProcessPendingEvents();
+  native::ServeIdle();
+}
+
+// Keys that move through a menu and leave it open.
+bool Moves(int key) {
+  constexpr std::array kKeys{WXK_UP, WXK_DOWN, WXK_LEFT, WXK_RIGHT, WXK_HOME, WXK_END};
+  return std::find(kKeys.begin(), kKeys.end(), key) != kKeys.end();
+}
+
+// Clicks once, also where the last click was: soon after that the system would take both for a double click.
+void ClickOnce(const wxPoint& place, int button = wxMOUSE_BTN_LEFT) {
+  static wxPoint last(-1, -1);
+  static std::chrono::steady_clock::time_point when;
+  constexpr int kNear = 8;
+  const bool again = std::abs(place.x - last.x) < kNear && std::abs(place.y - last.y) < kNear;
+  while (again && std::chrono::steady_clock::now() - when < native::DoubleClickTime()) ServeEvents();
+  wxUIActionSimulator().MouseClick(button);
+  last = place;
+  when = std::chrono::steady_clock::now();
 }
 
 // Watches for modal windows and lets the test answer them; lives as long as a test.
@@ -40,6 +65,13 @@ class ModalWatch : public wxTimer {
     // Each look has a timer of its own: within an answer, which runs inside this one, the system would hold it back.
     Again();
     const auto now = std::chrono::steady_clock::now();
+    if (!native::MenuIsOpen()) {
+      menuSince_ = now;
+    } else if (now - menuSince_ >= kPatience) {
+      ADD_FAILURE() << "a menu stayed open";
+      wxUIActionSimulator().Char(WXK_ESCAPE);
+      menuSince_ = now;
+    }
     for (void* window : native::ModalWindows()) {
       // The window keeps its own state: another one may come later under the same handle.
       native::Watched& watched = native::WatchedState(window);
@@ -82,6 +114,8 @@ class ModalWatch : public wxTimer {
     ADD_FAILURE() << "a modal window " << why << ": [" << modal.Title() << "] " << modal.Text();
     native::Close(window);
   }
+
+  std::chrono::steady_clock::time_point menuSince_ = std::chrono::steady_clock::now();
 };
 
 std::unique_ptr<ModalWatch> watch;  // NOLINT(cppcoreguidelines-avoid-non-const-global-variables): one test at a time
@@ -109,9 +143,8 @@ wxTopLevelWindow* ShownModal::Window() const {
 void ShownModal::Click(const std::string& button) const {
   for (const native::Button& shown : native::Buttons(native_)) {
     if (shown.caption != button) continue;
-    wxUIActionSimulator mouse;
-    mouse.MouseMove(shown.centre);
-    mouse.MouseClick();
+    wxUIActionSimulator().MouseMove(shown.centre);
+    ClickOnce(shown.centre);
     return;
   }
   ADD_FAILURE() << "no button \"" << button << "\" in [" << Title() << "] " << Text();
@@ -164,8 +197,30 @@ void GuiTest::Type(const char* ascii) {
 }
 
 void GuiTest::Press(int key, int modifiers) {
+  inMenu = native::OpensMenuOfItsOwn(key, modifiers) || (inMenu && modifiers == wxMOD_NONE && Moves(key));
   wxUIActionSimulator().Char(key, modifiers);
+  // A menu that takes keys in a loop of its own gives nothing back before it closes: the key that closes it has to be
+  // there already.
+  if (inMenu) return;
   Settle();
+  native::FinishKey(key, modifiers);
+}
+
+void GuiTest::Menu(char accessKey, const std::string& keys) {
+  Press(accessKey, wxMOD_ALT);
+  for (std::size_t i = 0; i < keys.size(); ++i) {
+    if (inMenu && i + 1 < keys.size()) {
+      wxUIActionSimulator().Char(keys[i]);  // opens a menu below
+    } else {
+      Press(keys[i]);
+    }
+  }
+}
+
+void GuiTest::TypePath(const std::filesystem::path& path) {
+  const std::string text = path.string();
+  Type(text.substr(0, 1).c_str());
+  Type(text.substr(1).c_str());
 }
 
 void GuiTest::Click(const wxWindow& window) {
@@ -179,10 +234,9 @@ void GuiTest::DoubleClick(const wxWindow& window) {
 }
 
 void GuiTest::Click(const wxPoint& place, int button) {
-  wxUIActionSimulator mouse;
-  mouse.MouseMove(place);
+  wxUIActionSimulator().MouseMove(place);
   Settle();
-  mouse.MouseClick(button);
+  ClickOnce(place, button);
   Settle();
 }
 

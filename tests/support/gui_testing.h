@@ -2,6 +2,7 @@
 // display of its own (tests/gui/in_display.sh) and in a folder of its own.
 #pragma once
 
+#include <filesystem>
 #include <functional>
 #include <gtest/gtest.h>
 #include <string>
@@ -59,6 +60,10 @@ class GuiTest : public Sandbox {
   static void ShowActive(wxTopLevelWindow& window);
   static void Type(const char* ascii);
   static void Press(int key, int modifiers = wxMOD_NONE);
+  // Opens a menu of the bar by its access key and presses the keys after it, of which the last one chooses.
+  static void Menu(char accessKey, const std::string& keys);
+  // Types a path into the system's choice of a file or folder, some of which open a box for it at the first character.
+  static void TypePath(const std::filesystem::path& path);
   static void Click(const wxWindow& window);
   static void DoubleClick(const wxWindow& window);
   // At a place of the screen.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <gtk/gtk.h>
 #include <string_view>
+#include <wx/uiaction.h>
 
 namespace zelkor::tests::native {
 
@@ -83,6 +84,8 @@ std::vector<void*> ModalWindows() {
 
 bool IsActive(void* window) { return gtk_window_is_active(GTK_WINDOW(window)) != 0; }
 
+bool NewWindowsGetTheKeyboard() { return true; }
+
 bool IsOnScreen(void* window) { return gtk_widget_get_visible(GTK_WIDGET(window)) != 0; }
 
 void Close(void* window) {
@@ -152,6 +155,12 @@ std::vector<Button> ToolButtons(void* window) {
 
 bool MenuIsOpen() { return GTK_IS_MENU(gtk_grab_get_current()) != 0; }
 
+bool OpensMenuOfItsOwn(int /*key*/, int /*modifiers*/) { return false; }
+
+std::chrono::milliseconds DoubleClickTime() { return {}; }
+
+void FinishKey(int /*key*/, int /*modifiers*/) {}
+
 std::optional<wxPoint> TrayIcon() {
   std::optional<wxPoint> centre;
   GList* windows = gtk_window_list_toplevels();
@@ -169,6 +178,13 @@ std::optional<wxPoint> TrayIcon() {
   return centre;
 }
 
+void ClickTrayIcon(wxMouseButton button) {
+  wxUIActionSimulator mouse;
+  mouse.MouseMove(TrayIcon().value());
+  ServerRoundTrip();
+  mouse.MouseClick(button);
+}
+
 void TakeTrayAway() {
   gdk_selection_owner_set(nullptr, gdk_atom_intern_static_string("_NET_SYSTEM_TRAY_S0"), GDK_CURRENT_TIME, FALSE);
   ServerRoundTrip();
@@ -182,6 +198,8 @@ void ForgetScreen() {
   cairo_surface_mark_dirty(cairo_get_target(drawing));
   cairo_destroy(drawing);
 }
+
+void ServeIdle() {}
 
 void ServerRoundTrip() { gdk_display_sync(gdk_display_get_default()); }
 

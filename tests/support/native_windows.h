@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 #include <wx/gdicmn.h>
+#include <wx/mousestate.h>
 
 namespace zelkor::tests::native {
 
@@ -40,6 +41,8 @@ class KeepAlive {
 [[nodiscard]] std::vector<void*> ModalWindows();
 // Whether the window has the keyboard.
 [[nodiscard]] bool IsActive(void* window);
+// Whether the window system gives each new window the keyboard, also one that does not want it and gives it back.
+[[nodiscard]] bool NewWindowsGetTheKeyboard();
 // Whether the window system shows it, whatever the toolkit believes.
 [[nodiscard]] bool IsOnScreen(void* window);
 void Close(void* window);
@@ -56,14 +59,28 @@ void Close(void* window);
 
 // Whether a menu is open and takes the keys.
 [[nodiscard]] bool MenuIsOpen();
+// Whether the key opens a menu of the active window that takes further keys in a loop of its own.
+[[nodiscard]] bool OpensMenuOfItsOwn(int key, int modifiers);
+
+// How soon after a click another one at its place would make a double click of both; 0 where tests need not care.
+[[nodiscard]] std::chrono::milliseconds DoubleClickTime();
+
+// What the system's controls do for a key that was pressed, where a stand-in for the system leaves it out.
+void FinishKey(int key, int modifiers);
 
 // The middle of this program's icon in the system tray, on the screen; nothing when there is no icon.
 [[nodiscard]] std::optional<wxPoint> TrayIcon();
+// Has the icon get a click of the mouse's button, which is on its way then.
+void ClickTrayIcon(wxMouseButton button);
 // Has the display be one without a system tray from now on.
 void TakeTrayAway();
 
 // Has the next look at the screen see what is there by then: the window system may keep an earlier picture of it.
 void ForgetScreen();
+
+// What the toolkit does once there are no events, where its loop does not do so with the last one: windows that were
+// closed go then.
+void ServeIdle();
 
 // Returns when the display has dealt with everything sent to it.
 void ServerRoundTrip();

@@ -3,8 +3,17 @@
 #include <algorithm>
 #include <array>
 #include <commctrl.h>
+#include <cwchar>
+#include <cwctype>
 #include <list>
 #include <shellapi.h>
+#include <wx/app.h>
+#include <wx/defs.h>
+#include <wx/evtloop.h>
+#include <wx/toolbar.h>
+#include <wx/uiaction.h>
+// Needs what the others declare.
+#include <wx/msw/private.h>
 
 #include "tests/support/native_windows.h"
 
@@ -101,6 +110,34 @@ bool HoldsIcon(HWND window) {
   return IsClass(window, L"Static") && (GetWindowLongW(window, GWL_STYLE) & SS_TYPEMASK) == SS_ICON;
 }
 
+// What the toolkit has a toolbar's button be called; the bar itself shows that as a hint only.
+std::wstring ToolCaption(HWND bar, int command) {
+  const auto* tools = wxDynamicCast(wxFindWinFromHandle(bar), wxToolBar);
+  const wxToolBarToolBase* tool = tools == nullptr ? nullptr : tools->FindById(command);
+  return tool == nullptr ? std::wstring() : tool->GetLabel().ToStdWstring();
+}
+
+// Of the main window's only icon.
+constexpr UINT kTrayIconNumber = 1;
+
+// Whether the shell knows an icon of the window: it has one changed in nothing.
+bool HasTrayIcon(HWND window) {
+  NOTIFYICONDATAW icon{};
+  icon.cbSize = sizeof icon;
+  icon.hWnd = window;
+  icon.uID = kTrayIconNumber;
+  return Shell_NotifyIconW(NIM_MODIFY, &icon) != 0;
+}
+
+// The window in which Wine shows an icon, and which passes on what the mouse does there; null on Windows. It is ours:
+// each run has a system of its own.
+HWND WineTrayIcon() {
+  for (HWND window : Descendants(GetDesktopWindow())) {
+    if (IsClass(window, L"__winex11_tray_icon") && IsWindowVisible(window) != 0) return window;
+  }
+  return nullptr;
+}
+
 }  // namespace
 
 Watched& WatchedState(void* window) {
@@ -131,6 +168,8 @@ std::vector<void*> ModalWindows() {
 }
 
 bool IsActive(void* window) { return GetForegroundWindow() == Handle(window); }
+
+bool NewWindowsGetTheKeyboard() { return false; }
 
 bool IsOnScreen(void* window) { return IsWindowVisible(Handle(window)) != 0; }
 
@@ -189,13 +228,10 @@ std::vector<Button> ToolButtons(void* window) {
       TBBUTTON button{};
       SendMessageW(bar, TB_GETBUTTON, static_cast<WPARAM>(index), reinterpret_cast<LPARAM>(&button));
       if ((button.fsStyle & BTNS_SEP) != 0) continue;
-      std::array<wchar_t, 256> caption{};
-      SendMessageW(bar, TB_GETBUTTONTEXTW, static_cast<WPARAM>(button.idCommand),
-                   reinterpret_cast<LPARAM>(caption.data()));
       RECT place{};
       SendMessageW(bar, TB_GETITEMRECT, static_cast<WPARAM>(index), reinterpret_cast<LPARAM>(&place));
       MapWindowPoints(bar, nullptr, reinterpret_cast<POINT*>(&place), 2);
-      buttons.push_back({.caption = WithoutAccessKey(caption.data()), .centre = CentreOf(place)});
+      buttons.push_back({.caption = WithoutAccessKey(ToolCaption(bar, button.idCommand)), .centre = CentreOf(place)});
     }
   }
   return buttons;
@@ -219,26 +255,69 @@ bool MenuIsOpen() {
   return GetGUIThreadInfo(GetCurrentThreadId(), &info) != 0 && (info.flags & GUI_INMENUMODE) != 0;
 }
 
+bool OpensMenuOfItsOwn(int key, int modifiers) {
+  HMENU bar = modifiers == wxMOD_ALT ? GetMenu(GetForegroundWindow()) : nullptr;
+  const int entries = bar == nullptr ? 0 : GetMenuItemCount(bar);
+  for (int entry = 0; entry < entries; ++entry) {
+    std::array<wchar_t, 256> caption{};
+    GetMenuStringW(bar, static_cast<UINT>(entry), caption.data(), static_cast<int>(caption.size()), MF_BYPOSITION);
+    const wchar_t* accessKey = std::wcschr(caption.data(), L'&');
+    if (accessKey != nullptr && std::towupper(static_cast<wint_t>(accessKey[1])) == static_cast<wint_t>(key))
+      return true;
+  }
+  return false;
+}
+
+std::chrono::milliseconds DoubleClickTime() { return std::chrono::milliseconds(GetDoubleClickTime()); }
+
+void FinishKey(int key, int modifiers) {
+  // Wine's text boxes of one line do not know the key that selects all.
+  HWND focus = GetFocus();
+  if (key == 'A' && modifiers == wxMOD_CONTROL && focus != nullptr && IsClass(focus, L"Edit")) {
+    SendMessageW(focus, EM_SETSEL, 0, -1);
+  }
+}
+
 std::optional<wxPoint> TrayIcon() {
-  // The icon belongs to a hidden window of ours; which number it has there is the toolkit's choice.
-  constexpr UINT kMostIcons = 100;
   for (HWND window : WindowsOfThread()) {
-    for (UINT number = 0; number < kMostIcons; ++number) {
-      NOTIFYICONIDENTIFIER icon{};
-      icon.cbSize = sizeof icon;
-      icon.hWnd = window;
-      icon.uID = number;
+    if (!HasTrayIcon(window)) continue;
+    if (HWND icon = WineTrayIcon(); icon != nullptr) {
+      // The system embeds it in the window of the display's own tray, which knows the place.
       RECT place{};
-      if (SUCCEEDED(Shell_NotifyIconGetRect(&icon, &place))) return CentreOf(place);
+      GetWindowRect(GetAncestor(icon, GA_PARENT), &place);
+      return CentreOf(place);
     }
+    NOTIFYICONIDENTIFIER icon{};
+    icon.cbSize = sizeof icon;
+    icon.hWnd = window;
+    icon.uID = kTrayIconNumber;
+    RECT place{};
+    if (SUCCEEDED(Shell_NotifyIconGetRect(&icon, &place))) return CentreOf(place);
   }
   return std::nullopt;
+}
+
+void ClickTrayIcon(wxMouseButton button) {
+  const bool left = button == wxMOUSE_BTN_LEFT;
+  if (HWND icon = WineTrayIcon(); icon != nullptr) {
+    // Wine takes clicks there from the display only, not from its own programs.
+    PostMessageW(icon, left ? WM_LBUTTONDOWN : WM_RBUTTONDOWN, 0, 0);
+    PostMessageW(icon, left ? WM_LBUTTONUP : WM_RBUTTONUP, 0, 0);
+    return;
+  }
+  wxUIActionSimulator mouse;
+  mouse.MouseMove(TrayIcon().value());
+  mouse.MouseClick(button);
 }
 
 // The notification area is a part of the desktop here: no display is without it.
 void TakeTrayAway() {}
 
 void ForgetScreen() {}
+
+void ServeIdle() {
+  if (!wxEventLoopBase::GetActive()->Pending()) wxTheApp->ProcessIdle();
+}
 
 void ServerRoundTrip() { GdiFlush(); }
 

@@ -106,11 +106,6 @@ class ProgramWithWindows : public GuiTest {
     EXPECT_TRUE(Main().Details().GetItemRect(row - 1, place));
     return Main().Details().ClientToScreen(wxPoint(place.x + 30, place.y + place.height / 2));
   }
-  // Opens a menu of the bar by its access key and presses the keys after it.
-  static void Menu(char accessKey, const std::string& keys) {
-    Press(accessKey, wxMOD_ALT);
-    for (const char key : keys) Press(key);
-  }
   void ClickTool(const std::string& caption) {
     for (const native::Button& tool : native::ToolButtons(Main().GetHandle())) {
       if (tool.caption == caption) {

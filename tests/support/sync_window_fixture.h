@@ -111,10 +111,7 @@ class SyncWindowFixture : public GuiTest {
   }
 
   // Access keys, one menu after another.
-  static void Menu(const std::string& keys) {
-    Press(keys[0], wxMOD_ALT);
-    for (const char key : keys.substr(1)) Press(key);
-  }
+  static void Menu(const std::string& keys) { GuiTest::Menu(keys[0], keys.substr(1)); }
   // Selects a target with the keyboard.
   void Select(int index) {
     List().SetFocus();

@@ -1,5 +1,6 @@
 #include "tests/support/system.h"
 
+#include <array>
 #include <fstream>
 #include <random>
 #include <stdlib.h>  // NOLINT(modernize-deprecated-headers): _putenv_s
@@ -44,7 +45,12 @@ fs::path MakeTemporaryFolder() {
 }
 
 void MoveToComputerIn(const fs::path& root) {
-  const std::string drives = "c=" + (root / "home").string() + ";z=" + root.root_path().string();
+  std::string drives = "c=" + (root / "home").string() + ";z=" + root.root_path().string();
+  // The test program may stand elsewhere, such as on the drive that is Wine's whole system.
+  std::array<wchar_t, 1024> program{};
+  GetModuleFileNameW(nullptr, program.data(), static_cast<DWORD>(program.size()));
+  const fs::path own = fs::path(program.data()).root_path();
+  if (own != root.root_path()) drives += ";y=" + own.string();
   SetVariable("ZELKOR_DRIVES", drives);
   SetVariable("XDG_CONFIG_HOME", (root / "config").string());
   SetVariable("ZELKOR_DIR", (root / "program").string());
@@ -72,6 +78,7 @@ void CatchOpenedDocuments(const fs::path& programs, const fs::path& opened) {
     }
   };
   set(".doc", document);
+  set(".html", "htmlfile");
   for (const char* kind : {"http", ".html", "htmlfile", document, "Folder", "Directory"}) {
     set(std::string(kind) + "\\shell\\open\\command", command);
   }
