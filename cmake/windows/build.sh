@@ -1,9 +1,14 @@
 #!/bin/bash
-# Builds Zelkor and Vandry for Windows: build.sh JOBS BITS..., stripped, into build/windowsBITS/programs; and looks whether
-# they are what they are to be.
+# Builds Zelkor and Vandry for Windows: build.sh [--tests] JOBS BITS..., stripped, into build/windowsBITS/programs; and
+# looks whether they are what they are to be. With --tests the tests too.
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 
+tests=""
+if [ "$1" = --tests ]; then
+  tests=$1
+  shift
+fi
 jobs=$1
 shift
 for bits in "$@"; do
@@ -12,9 +17,9 @@ for bits in "$@"; do
     32) triple=i686-w64-mingw32 ;;
     *) echo "build.sh: there is no $bits-bit Windows" >&2; exit 2 ;;
   esac
-  JOBS=$jobs cmake/windows/libraries.sh $triple
+  JOBS=$jobs cmake/windows/libraries.sh $tests $triple
   cmake --preset "windows$bits" >/dev/null
-  cmake --build --preset "windows$bits" -j "$jobs" --target zelkor vandry
+  cmake --build --preset "windows$bits" -j "$jobs" --target zelkor vandry ${tests:+windows_tests}
   build=build/windows$bits
   programs=$build/programs
   mkdir -p "$programs"

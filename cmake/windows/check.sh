@@ -1,6 +1,6 @@
 #!/bin/bash
 # What the built programs for Windows have to be, without running them: check.sh BITS FOLDER. Kind of machine, size, no
-# library but the system's, subsystem, protection, icons, manifest and version.
+# library but the system's, subsystem, protection, icons, manifest, version, and nothing of the machine that built them.
 set -euo pipefail
 
 bits=$1
@@ -21,10 +21,10 @@ system="advapi32 bcrypt comctl32 comdlg32 crypt32 gdi32 gdiplus imm32 iphlpapi k
   oleacc oleaut32 powrprof psapi rpcrt4 secur32 shell32 shlwapi user32 userenv uxtheme version winmm winspool.drv
   ws2_32 wtsapi32 dbghelp"
 
-# has FILE WHAT LINES: the resources have such a line.
+# check FILE SUBSYSTEM VERSION
 check() {
   local file=$1 subsystem=$2 version=$3
-  local headers size library resources
+  local headers size library resources paths
   headers=$($triple-objdump -p "$file")
   size=$(stat -c %s "$file")
   [ "$size" -le $most ] || fail "$file has $size bytes"
@@ -50,9 +50,14 @@ check() {
   rm -f "$file.manifest"
   wrestool --extract --raw --type=16 "$file" | iconv -c -f UTF-16LE -t UTF-8 | tr -d '\0' | grep -q "ProductVersion$version" ||
     fail "$file is not of version $version"
+  # Folders of the sources, of the libraries' and of what they were built in, in letters of one or two bytes.
+  paths=$({ strings "$file"; strings -e l "$file"; } | grep -F -e "$sources/" -e "$HOME/" -e "$libraries/" || true)
+  [ -z "$paths" ] || fail "$file tells of the machine that built it: $paths"
 }
 
-version=$(sed -n 's/^project(zelkor VERSION \([0-9.]*\).*/\1/p' "$(dirname "$0")/../../CMakeLists.txt")
+sources=$(readlink -f "$(dirname "$0")/../..")
+libraries=$(readlink -f "${ZELKOR_WINDOWS_CACHE:-$HOME/.cache/zelkor-windows}")
+version=$(sed -n 's/^project(zelkor VERSION \([0-9.]*\).*/\1/p' "$sources/CMakeLists.txt")
 check "$folder/zelkor.exe" "Windows GUI" "$version"
 check "$folder/Vandry.exe" "Windows CUI" "$version"
 [ $wrong -eq 0 ]

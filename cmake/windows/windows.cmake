@@ -21,6 +21,7 @@ foreach(entry IN LISTS places)
   # A folder may be a link to where the library says that it is.
   get_filename_component(place ${CMAKE_MATCH_2} REALPATH)
   list(APPEND CMAKE_FIND_ROOT_PATH ${place})
+  list(APPEND present ${library})
   if(library STREQUAL "wxwidgets")
     file(GLOB wxWidgets_CONFIG_EXECUTABLE ${place}/bin/wx-config)
   elseif(library STREQUAL "openssl")
@@ -28,6 +29,12 @@ foreach(entry IN LISTS places)
     set(OPENSSL_USE_STATIC_LIBS ON)
   endif()
 endforeach()
+
+# Who only wants the programs does not need the tests' library.
+if(NOT googletest IN_LIST present)
+  message(STATUS "There are no tests without their library: cmake/windows/libraries.sh --tests ${ZELKOR_TRIPLE}")
+  set(BUILD_TESTING OFF)
+endif()
 
 # Programs that need nothing but the system: no run-time library has to be installed with them. What nobody calls is left
 # out. The stack may not be run, and addresses are the system's choice.
@@ -37,8 +44,12 @@ add_compile_options(-ffunction-sections -fdata-sections)
 get_filename_component(kept ${CMAKE_CURRENT_LIST_DIR}/../.. ABSOLUTE)
 add_compile_options(-ffile-prefix-map=${kept}=.)
 foreach(place IN LISTS CMAKE_FIND_ROOT_PATH)
-  add_compile_options(-ffile-prefix-map=${place}=)
+  # Without the library's own name, or another build of one would have everything compiled again.
+  get_filename_component(place ${place} DIRECTORY)
+  list(APPEND kept_places -ffile-prefix-map=${place}=)
 endforeach()
+list(REMOVE_DUPLICATES kept_places)
+add_compile_options(${kept_places})
 # Windows 7 and later; the names min and max are the standard library's.
 add_compile_definitions(_WIN32_WINNT=0x0601 NOMINMAX)
 
@@ -106,3 +117,11 @@ set(ZELKOR_WINDOWS_NOT_FROM_OUTSIDE
   Unattended.WithoutASynchronisationNothingIsDone FiltersOfTheCommandLine.ManyWordsAreTooMany
   # What takes minutes and gigabytes.
   DamagedSyncFile.WithABitFlippedAnywhereDoesNoHarm BigFiles.*)
+
+# 32-bit programs run without windows and DDE, for want of their Wine's screen.
+set(ZELKOR_WINDOWS_RUN ${CMAKE_CURRENT_LIST_DIR}/wine.sh)
+if(ZELKOR_TRIPLE MATCHES "^i686")
+  set(ZELKOR_WINDOWS_RUN ${CMAKE_CURRENT_LIST_DIR}/wine32.sh)
+  set(ZELKOR_WINDOWS_TESTS lib_test db_test sync_test)
+  list(APPEND ZELKOR_WINDOWS_lib_test "Channel*")
+endif()

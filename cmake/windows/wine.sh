@@ -2,6 +2,7 @@
 # Runs a program for Windows under Wine: wine.sh PROGRAM WORD... Its status is the program's. Without a display it gets one
 # of its own, and a new Windows with it, since a running one belongs to its display; otherwise the one of WINEPREFIX is
 # taken when it is set.
+#   wine.sh --within COMMAND WORD...   runs a command of this system, and every such program that it calls, in one Windows
 set -euo pipefail
 here=$(dirname "$(readlink -f "$0")")
 
@@ -11,7 +12,12 @@ if [ -z "${DISPLAY:-}" ]; then
   exec "$here/../../tests/gui/in_display.sh" "$0" "$@"
 fi
 
-if [ -n "${WINEPREFIX:-}" ]; then exec wine "$@"; fi
+run=(wine)
+if [ "${1-}" = --within ]; then
+  run=()
+  shift
+fi
+if [ -n "${WINEPREFIX:-}" ]; then exec "${run[@]}" "$@"; fi
 
 # Wine wants the folder to be ours, and a home for what it links to from there.
 own=$(mktemp -d "${TMPDIR:-/tmp}/zelkor-wine-XXXXXX")
@@ -25,4 +31,4 @@ trap leave EXIT
 trap 'exit 130' INT TERM
 export WINEPREFIX=$own/prefix HOME=$own
 wineboot --init >/dev/null 2>&1
-wine "$@"
+"${run[@]}" "$@"

@@ -59,6 +59,8 @@ class Windows {
         {"PATH", "/usr/bin:/bin"},
         {"LC_ALL", "C.UTF-8"},
     };
+    // Of a Wine whose other parts are elsewhere.
+    if (const std::string libraries = Given("WINEDLLPATH"); !libraries.empty()) variables["WINEDLLPATH"] = libraries;
     // DDE, and timers, need one.
     if (!display_.empty()) variables["DISPLAY"] = display_;
     return variables;
@@ -93,7 +95,10 @@ class Windows {
 
 }  // namespace
 
-fs::path WindowsProgram(const std::string& name) { return fs::path(ZELKOR_WINDOWS_BUILD) / name; }
+fs::path WindowsProgram(const std::string& name) {
+  const std::string build = Given("ZELKOR_TEST_WINDOWS");
+  return fs::path(build.empty() ? ZELKOR_WINDOWS_BUILD : build) / name;
+}
 
 bool HasWindowsPrograms() { return fs::exists(kWine) && fs::exists(WindowsProgram("app/zelkor.exe")); }
 
