@@ -147,7 +147,7 @@ TEST_F(StartWithWindows, TheMainWindowComesBackWhereItWas) {
   for (int start = 1; start <= 3; ++start) {
     DesktopProgram program(office);
     screen.WaitUntilActive(MainTitle(office));
-    EXPECT_TRUE(screen.Until([&] { return screen.PlaceOf(MainTitle(office)) == wanted; }))
+    EXPECT_TRUE(screen.Stays(MainTitle(office), wanted))
         << "start " << start << ": " << screen.PlaceOf(MainTitle(office)).x << ", "
         << screen.PlaceOf(MainTitle(office)).y << ", " << screen.PlaceOf(MainTitle(office)).width << " x "
         << screen.PlaceOf(MainTitle(office)).height;

@@ -263,18 +263,25 @@ bool Screen::ActivateIfThere(const std::string& title) const {
 void Screen::Move(const std::string& title, const Place& place) const {
   constexpr long kAllFour = 0xF00;
   constexpr long kStaticGravity = 10;  // the place of what is inside the frame
-  constexpr int kLooks = 30;
-  // A window that has just been shown may have asked for another size, which is on its way: the place must hold.
-  int held = 0;
-  const auto holds = [&] {
-    held = PlaceOf(title) == place ? held + 1 : 0;
-    if (held == 0) {
-      x_->Ask(Shown(title), "_NET_MOVERESIZE_WINDOW",
-              {kAllFour | kStaticGravity, place.x, place.y, place.width, place.height});
-    }
-    return held == kLooks;
+  const auto ask = [&] {
+    x_->Ask(Shown(title), "_NET_MOVERESIZE_WINDOW",
+            {kAllFour | kStaticGravity, place.x, place.y, place.width, place.height});
   };
-  if (!Until(holds)) throw std::runtime_error("[" + title + "] can not be moved");
+  if (!Holds(title, place, ask)) throw std::runtime_error("[" + title + "] can not be moved");
+}
+
+bool Screen::Stays(const std::string& title, const Place& place) const {
+  return Holds(title, place, [] {});
+}
+
+bool Screen::Holds(const std::string& title, const Place& place, const std::function<void()>& whenElsewhere) const {
+  constexpr int kLooks = 30;
+  int held = 0;
+  return Until([&] {
+    held = PlaceOf(title) == place ? held + 1 : 0;
+    if (held == 0) whenElsewhere();
+    return held == kLooks;
+  });
 }
 
 void Screen::Close(const std::string& title) const { x_->Ask(Shown(title), "_NET_CLOSE_WINDOW", {}); }

@@ -58,6 +58,9 @@ class Screen {
   void Activate(const std::string& title) const;
   // The same with one that may be on its way out; whether it is still there, and active.
   [[nodiscard]] bool ActivateIfThere(const std::string& title) const;
+  // Whether a window comes to this place and stays: one that has just been shown may have asked for another size, which
+  // is on its way.
+  [[nodiscard]] bool Stays(const std::string& title, const Place& place) const;
   // Moves a window and waits until it stays there; closes one as by the frame's button.
   void Move(const std::string& title, const Place& place) const;
   void Close(const std::string& title) const;
@@ -87,6 +90,10 @@ class Screen {
   void Picture(const std::string& name) const;
 
  private:
+  // Whether it is found there a number of times in a row; each time that it is not, something is done about it.
+  [[nodiscard]] bool Holds(const std::string& title, const Place& place,
+                           const std::function<void()>& whenElsewhere) const;
+
   struct Connection;
   std::unique_ptr<Connection> x_;
 };
