@@ -124,8 +124,7 @@ the directory, close; two writes to the log, two to standard output; and on a se
 without a name, write, fsetxattr, utimensat |
 
 - An import makes each file whole before it takes its name, records its item in between, keeps its creation time and
-  flushes each line of the log: tar does none of these, and the floor, which does them all, takes longer than tar too. The
-  second thread takes little from that: naming a file and making the next one wait for each other in the file system.
+  flushes each line of the log: tar does none of these, and the floor, which does them all, takes longer than tar too.
 - An export with nothing changed still writes each item's record (1 KiB) and two lines of log for it, and either run begins
   with reading the whole catalogue. rsync says nothing about a file that has not changed.
 """

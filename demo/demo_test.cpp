@@ -8,11 +8,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <iterator>
-#include <poll.h>
 #include <string>
 #include <vector>
 
 #include "tests/support/process.h"
+#include "tests/support/until.h"
 
 namespace zelkor::tests {
 namespace {
@@ -50,21 +50,11 @@ class Demo : public testing::Test {
     }
     return found;
   }
-  // Whether a group of processes ends by itself: one that the same signal ended may be on its way behind its parent,
-  // who did not wait for it.
-  [[nodiscard]] static bool HasEnded(pid_t group) {
-    constexpr auto kPatience = std::chrono::seconds(20);
-    constexpr int kLookAgainMs = 5;
-    const auto end = std::chrono::steady_clock::now() + kPatience;
-    while (kill(-group, 0) == 0) {
-      if (std::chrono::steady_clock::now() > end) return false;
-      poll(nullptr, 0, kLookAgainMs);
-    }
-    return true;
-  }
   void ExpectNothingLeft(pid_t group) const {
     EXPECT_TRUE(fs::is_empty(folder));
-    EXPECT_TRUE(HasEnded(group)) << "something of the demo still runs";
+    // A process that the same signal ended may be on its way behind its parent, who did not wait for it.
+    EXPECT_TRUE(HoldsWithin(std::chrono::seconds(20), [&] { return kill(-group, 0) != 0; }))
+        << "something of the demo still runs";
     EXPECT_THAT(StillRunning(), IsEmpty());
   }
   // Interrupts it as Ctrl+C does, all of it at once, when it has said `text`.

@@ -11,14 +11,13 @@
 #include <cstdlib>
 #include <fstream>
 #include <optional>
-#include <poll.h>
 #include <stdexcept>
+
+#include "tests/support/until.h"
 
 namespace zelkor::tests {
 
 namespace {
-
-constexpr int kLookAgainMs = 10;
 
 // A window may go between two looks at it.
 int PassOver(Display* /*display*/, XErrorEvent* /*error*/) { return 0; }
@@ -142,14 +141,7 @@ Screen::Screen() : x_(std::make_unique<Connection>()) {
 
 Screen::~Screen() { XCloseDisplay(x_->display); }
 
-bool Screen::Until(const std::function<bool()>& condition) const {
-  const auto end = std::chrono::steady_clock::now() + kPatience;
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() > end) return false;
-    poll(nullptr, 0, kLookAgainMs);
-  }
-  return true;
-}
+bool Screen::Until(const std::function<bool()>& condition) const { return HoldsWithin(kPatience, condition); }
 
 std::vector<std::string> Screen::Titles() const {
   std::vector<std::string> titles;

@@ -1,10 +1,9 @@
 #include <chrono>
 #include <fstream>
-#include <functional>
 #include <iterator>
-#include <thread>
 
 #include "tests/support/system.h"
+#include "tests/support/until.h"
 
 namespace zelkor::tests {
 
@@ -17,25 +16,17 @@ std::string ContentOf(const fs::path& file) {
   return {std::istreambuf_iterator<char>(in), {}};
 }
 
-// What is not this process's can not be waited for otherwise.
-std::string ContentWhen(const fs::path& file, const std::function<bool()>& ready) {
-  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-  while (!ready()) {
-    if (std::chrono::steady_clock::now() > end) return {};
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
-  return ContentOf(file);
-}
+constexpr auto kPatience = std::chrono::seconds(30);
 
 }  // namespace
 
 std::string WaitForFile(const fs::path& file) {
-  return ContentWhen(file, [&] { return fs::exists(file); });
+  return HoldsWithin(kPatience, [&] { return fs::exists(file); }) ? ContentOf(file) : std::string();
 }
 
 std::string ToldBy(const fs::path& program) {
   const fs::path told = program.string() + ".told";
-  return ContentWhen(told, [&] { return ContentOf(told).ends_with('\n'); });
+  return HoldsWithin(kPatience, [&] { return ContentOf(told).ends_with('\n'); }) ? ContentOf(told) : std::string();
 }
 
 }  // namespace zelkor::tests
