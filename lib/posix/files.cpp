@@ -77,8 +77,12 @@ DirectoryEntry ToEntry(int directory, const dirent& found) {
     }
   }
   entry.other = !file && !entry.directory;
-  entry.name = FromUtf8Lossy(native);
-  if (const Result<std::string> name = NameFromNative(native); !name.Ok()) entry.refused = name.Failure();
+  if (Result<std::string> name = NameFromNative(native); name.Ok()) {
+    entry.name = *std::move(name);
+  } else {
+    entry.name = FromUtf8Lossy(native);
+    entry.refused = name.Failure();
+  }
   return entry;
 }
 

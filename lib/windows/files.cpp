@@ -50,8 +50,12 @@ DirectoryEntry ToEntry(const std::wstring& directory, const WIN32_FIND_DATAW& fo
     entry.other = (found.dwFileAttributes & FILE_ATTRIBUTE_DEVICE) != 0;
   }
   const std::string native = windows::FromWide(found.cFileName);
-  entry.name = FromUtf8Lossy(native);
-  if (const Result<std::string> name = NameFromNative(native); !name.Ok()) entry.refused = name.Failure();
+  if (Result<std::string> name = NameFromNative(native); name.Ok()) {
+    entry.name = *std::move(name);
+  } else {
+    entry.name = FromUtf8Lossy(native);
+    entry.refused = name.Failure();
+  }
   return entry;
 }
 
