@@ -69,7 +69,6 @@ TlsStream::~TlsStream() { SSL_free(ssl_); }
 
 TlsStream::Outcome TlsStream::Judge(int result) {
   if (result > 0) return Outcome::Done;
-  const std::string said = lib::SocketErrorSaid();
   switch (SSL_get_error(ssl_, result)) {
     case SSL_ERROR_WANT_READ:
       return Outcome::WantsRead;
@@ -78,7 +77,8 @@ TlsStream::Outcome TlsStream::Judge(int result) {
     case SSL_ERROR_ZERO_RETURN:
       return Outcome::Closed;
     case SSL_ERROR_SYSCALL:
-      failure_ = said.empty() ? "the connection broke" : said;
+      failure_ = lib::SocketErrorSaid();
+      if (failure_.empty()) failure_ = "the connection broke";
       break;
     default:
       failure_ = LastFailure();
