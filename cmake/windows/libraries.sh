@@ -79,7 +79,7 @@ make_openssl() {
     no-cms no-cmp no-ts no-ct no-srp no-psk no-gost no-idea no-seed no-camellia no-aria no-bf no-cast no-des no-rc2 \
     no-rc4 no-md4 no-mdc2 no-rmd160 no-whirlpool no-sm2 no-sm3 no-sm4 no-ssl3 no-dtls no-comp no-srtp no-ec2m \
     no-blake2 no-siphash no-siv no-ocb no-dsa no-ocsp no-rfc3779 no-nextprotoneg no-ui-console \
-    no-filenames no-makedepend $flags -O2
+    no-filenames no-makedepend $common_flags -O2
   make -j "$jobs" build_generated
   make -j "$jobs" libcrypto.a libssl.a
   mkdir -p "$1/include/openssl" "$1/lib"
