@@ -10,7 +10,7 @@ endif()
 string(REPLACE "\n" ";" places "${places}")
 # What was found in other places before is not looked for again otherwise.
 if(NOT "${places}" STREQUAL "${ZELKOR_WINDOWS_PLACES}")
-  foreach(found CURL_DIR GTest_DIR OPENSSL_INCLUDE_DIR OPENSSL_CRYPTO_LIBRARY OPENSSL_SSL_LIBRARY)
+  foreach(found CURL_DIR GTest_DIR OPENSSL_INCLUDE_DIR LIB_EAY SSL_EAY)
     unset(${found} CACHE)
   endforeach()
   set(ZELKOR_WINDOWS_PLACES "${places}" CACHE INTERNAL "where the libraries are")
