@@ -72,16 +72,19 @@ class ByWindows : public WithDisplay {
     screen.Press("Ctrl+s");
     EXPECT_TRUE(screen.Until([&] { return computer.TargetWithId(target)->connectionType == connectionType; }));
   }
+  // Presses a key in a window until it has had its effect: another window that comes up may take it away.
+  void PressUntil(const std::string& title, const std::string& key, const std::function<bool()>& done) const {
+    EXPECT_TRUE(screen.Until([&] {
+      if (screen.ActivateIfThere(title)) screen.Press(key);
+      const auto end = std::chrono::steady_clock::now() + kUntilTaken;
+      screen.Until([&] { return done() || std::chrono::steady_clock::now() > end; });
+      return done();
+    }));
+  }
   // Starts a run by its key. A window that has just come back from a box may not take commands yet.
   void Run(const std::string& key) const {
     CloseLogs();
-    EXPECT_TRUE(screen.Until([&] {
-      screen.Activate(kSynchronisation);
-      screen.Press(key);
-      const auto end = std::chrono::steady_clock::now() + kUntilTaken;
-      screen.Until([&] { return screen.Has(kLog) || std::chrono::steady_clock::now() > end; });
-      return screen.Has(kLog);
-    }));
+    PressUntil(kSynchronisation, key, [&] { return screen.Has(kLog); });
   }
   // A run may still have a moment's work after what it stored; then the window says that it can not be closed yet.
   void CloseSynchronisation() const {

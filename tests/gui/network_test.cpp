@@ -131,9 +131,7 @@ TEST_F(NetworkByWindows, CancelWhileAFileComesLeavesTheRestToVandry) {
   Run("Ctrl+i");
   // "Receiving data from [office]", with its progress.
   EXPECT_TRUE(screen.Until([&] { return toOffice.Carried() > 50'000 && screen.Has(kBox); }));
-  screen.Activate(kBox);
-  screen.Press("Escape");
-  screen.WaitUntilGone(kBox);
+  PressUntil(kBox, "Escape", [&] { return !screen.Has(kBox); });
   EXPECT_FALSE(lap.HasFile("film.bin"));
   EXPECT_EQ(lap.TargetWithId("office")->lastImport, 0);
   toOffice.Change([](Line& line) { line.bytesPerSecond = 0; });

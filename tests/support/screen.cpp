@@ -245,11 +245,22 @@ void Screen::Activate(const std::string& title) const {
 
 bool Screen::ActivateIfThere(const std::string& title) const {
   constexpr long kByTheUser = 2;
-  if (const Window window = x_->Find(title); window != None && window != ActiveWindow()) {
-    x_->Ask(window, "_NET_ACTIVE_WINDOW", {kByTheUser});
-  }
-  const auto isActive = [&] { return Active() == title; };
-  return Until([&] { return isActive() || !Has(title); }) && isActive();
+  // Another window that comes up may take the keyboard behind the back of the first request, so the manager is asked
+  // again whenever another one has it.
+  std::optional<Window> refused;
+  bool active = false;
+  Until([&] {
+    const Window window = x_->Find(title);
+    if (window == None) return true;
+    const Window now = ActiveWindow();
+    active = now != None && x_->Title(now) == title;
+    if (!active && refused != now) {
+      x_->Ask(window, "_NET_ACTIVE_WINDOW", {kByTheUser});
+      refused = now;
+    }
+    return active;
+  });
+  return active;
 }
 
 void Screen::Move(const std::string& title, const Place& place) const {
