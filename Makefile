@@ -67,7 +67,7 @@ deb:
 
 test:
 	@cmake/deps.sh test
-	@cmake/ftp_servers.sh
+	@cmake/servers.sh ftp
 	@cmake/test.sh $(JOBS)
 
 # BITS=64 or BITS=32 for one of the two only. The first time takes long: it makes the libraries too.
@@ -92,7 +92,7 @@ windows-screenshots: build
 
 demo: build
 	@cmake --build --preset release -j $(JOBS) --target zelkor_seed
-	@cmake/ftp_servers.sh
+	@cmake/servers.sh ftp
 	@demo/demo.sh $(if $(KEEP),--keep) --ftp build/ftp-servers build/zelkor build/vandry build/release/demo/zelkor_seed
 
 screenshots: build
@@ -107,7 +107,7 @@ screenshots: build
 
 bench: build
 	@cmake/deps.sh bench
-	@cmake/ssh_server.sh
+	@cmake/servers.sh ssh
 	@cmake --build --preset release -j $(JOBS) --target zelkor_seed floor measure tell_vandry
 	@python3 bench/bench.py --build build/release --report docs/performance.md $(if $(MEDIUM),--medium '$(MEDIUM)')
 	@python3 bench/network.py --build build/release --report docs/network_speed.md $(if $(MEDIUM),--medium '$(MEDIUM)')

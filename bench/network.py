@@ -9,7 +9,7 @@ there; the receiver flushes it to the medium before. rsync does not flush, so it
 ends, and when a `sync -f` of its destination has ended after it. In each round every contender works once, in an order
 that turns. CPU is what both ends took together, user and system; memory is the larger peak of the two ends.
 
-The ssh server is one of our own, unpacked by cmake/ssh_server.sh, on a port and with keys of its own; as root it runs
+The ssh server is one of our own, unpacked by cmake/servers.sh, on a port and with keys of its own; as root it runs
 in a mount namespace, where it finds the user and the directory that its installation would have made.
 """
 
@@ -299,7 +299,7 @@ def main():
     parser = argparse.ArgumentParser(description="Vandry's speed beside rsync over ssh.")
     parser.add_argument("--build", type=lambda text: pathlib.Path(text).resolve(), required=True)
     parser.add_argument("--ssh", type=lambda text: pathlib.Path(text).resolve(), default="build/ssh-server",
-                        help="where cmake/ssh_server.sh unpacked the server")
+                        help="where cmake/servers.sh unpacked the server")
     parser.add_argument("--report", type=pathlib.Path, help="the page to write")
     parser.add_argument("--mib", type=int, default=1024)
     parser.add_argument("--rounds", type=int, default=5)

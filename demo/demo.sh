@@ -3,7 +3,7 @@
 #   demo.sh [--keep] [--ftp FOLDER] ZELKOR VANDRY ZELKOR_SEED
 #
 # Both live in a folder of their own on this machine: each has its home directory, its settings and its catalogue. The
-# stick is a folder, the network the machine's own, the FTP server a real one from FOLDER (cmake/ftp_servers.sh). Beside
+# stick is a folder, the network the machine's own, the FTP server a real one from FOLDER (cmake/servers.sh). Beside
 # them a third tree, "wanted", is kept by hand (with cp) and says which version of each file must stand where in the end;
 # the status is 0 only when every file's bytes and time are as wanted, after each road. Nothing is left behind, not even
 # when it is interrupted.

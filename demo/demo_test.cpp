@@ -83,7 +83,7 @@ TEST_F(Demo, KeepsTwoComputersInStepByFilesNetworkAndFtp) {
   const bool withServer = outcome.out.find("This road is left out") == std::string::npos;
   EXPECT_EQ(tables, withServer ? 3U : 2U) << outcome;
   ExpectNothingLeft(demo.Pid());
-  if (!withServer) GTEST_SKIP() << "no FTP server is here; cmake/ftp_servers.sh fetches it";
+  if (!withServer) GTEST_SKIP() << "no FTP server is here; cmake/servers.sh fetches it";
 }
 
 TEST_F(Demo, SaysWhyItLeavesOutTheFtpServer) {

@@ -83,7 +83,7 @@ ftp_program() {
 # ftp_server_missing: why there can be no server; fails when there can.
 ftp_server_missing() {
   if [ -z "$(ftp_program)" ]; then
-    echo "there is no FTP server here, and cmake/ftp_servers.sh could not fetch one"
+    echo "there is no FTP server here, and cmake/servers.sh could not fetch one"
   else
     return 1
   fi

@@ -3,9 +3,9 @@
 
 #include <chrono>
 #include <functional>
+#include <gtest/gtest.h>
 #include <memory>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -13,6 +13,7 @@
 #include "tests/support/fake_vandry.h"
 #include "tests/support/sandbox.h"
 #include "tests/support/scripted_user.h"
+#include "tests/support/until.h"
 
 namespace zelkor::net {
 
@@ -54,10 +55,11 @@ class LinkTest : public tests::Sandbox {
   }
   // Takes messages until so many have been handled.
   void TakeMessages(std::size_t count) {
-    for (int i = 0; i < 3000 && messages_.size() < count; ++i) {
+    constexpr auto kPatience = std::chrono::seconds(10);
+    EXPECT_TRUE(tests::HoldsWithin(kPatience, [&] {
       link_.TakeMessages();
-      std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
+      return messages_.size() >= count;
+    }));
   }
 
   tests::ScriptedUser user_;

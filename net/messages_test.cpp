@@ -29,8 +29,8 @@ class MessagesTest : public tests::Networked {
     });
   }
   void ExpectDatesKept() {
-    EXPECT_EQ(LastExport(), kOld);
-    EXPECT_EQ(LastImport(), 0);
+    EXPECT_EQ(LastExport("lap"), kOld);
+    EXPECT_EQ(LastImport("lap"), 0);
   }
   [[nodiscard]] fs::path ReceivedPath() const { return ProgramFolder() / "office.cas"; }
   // The path of the file that was handed over for sending, in the program's form.
@@ -88,11 +88,11 @@ TEST_F(MessagesTest, ConfirmedThatNobodyWaitsForChangeNoDate) {
 TEST_F(MessagesTest, ConfirmedStoreOnlyTheExportDateOfTheRun) {
   ASSERT_TRUE(RunNotes(ProgramDir()).Add("lap", kOld, kNew, "10.0.0.2").Ok());
   messages_.ProcessMessage("SyncSuccessfull LAP");
-  EXPECT_EQ(LastExport(), kNew);
-  EXPECT_EQ(LastImport(), 0);
+  EXPECT_EQ(LastExport("lap"), kNew);
+  EXPECT_EQ(LastImport("lap"), 0);
   // The same once more, as after a crash: it is not for the next file.
   messages_.ProcessMessage("SyncSuccessfull lap");
-  EXPECT_EQ(LastExport(), kNew);
+  EXPECT_EQ(LastExport("lap"), kNew);
 }
 
 TEST_F(MessagesTest, ConfirmedLeaveTheCurrentTargetAsItWas) {
@@ -126,8 +126,8 @@ TEST_F(MessagesTest, ImportTheAnnouncedFileUnderThisComputersIdAndConfirmIt) {
   EXPECT_TRUE(fs::exists(ReceivedPath()));
   messages_.ProcessMessage("NetReceived");
   EXPECT_EQ(Content("a.txt"), "from lap");
-  EXPECT_NE(LastImport(), 0);
-  EXPECT_EQ(LastExport(), kOld);
+  EXPECT_NE(LastImport("lap"), 0);
+  EXPECT_EQ(LastExport("lap"), kOld);
   EXPECT_TRUE(vandry_->WaitForCommand("NetTrans 10.0.0.7:4223 SyncSuccessfull office"));
   EXPECT_THAT(vandry_->Commands(), ElementsAre("NetFileRec " + ProgramDir() + "office.cas",
                                                "NetTrans 10.0.0.7:4223 SyncSuccessfull office"));
@@ -272,11 +272,11 @@ TEST_F(MessagesTest, KeepTheRequestersDateUntilItConfirmsAlsoAfterARestart) {
   const lib::Date before = lib::Now();
   messages_.ProcessMessage("SyncMe lap 10.0.0.9");
   const lib::Date after = lib::Now();
-  EXPECT_EQ(LastExport(), kOld);
+  EXPECT_EQ(LastExport("lap"), kOld);
   messages_.ProcessMessage("SyncSuccessfull lap");
   // Two seconds before the end of the run, not the moment of the confirmation.
-  EXPECT_GE(lib::DateToSeconds(LastExport()), lib::DateToSeconds(before) - 2);
-  EXPECT_LE(lib::DateToSeconds(LastExport()), lib::DateToSeconds(after) - 2);
+  EXPECT_GE(lib::DateToSeconds(LastExport("lap")), lib::DateToSeconds(before) - 2);
+  EXPECT_LE(lib::DateToSeconds(LastExport("lap")), lib::DateToSeconds(after) - 2);
 }
 
 TEST_F(MessagesTest, RefuseARequestWhenConnectionsAreNotAccepted) {
@@ -332,7 +332,7 @@ TEST_F(MessagesTest, ShowAFailureAndWaitNoLongerForItsConfirmation) {
   messages_.ProcessMessage("NetFailed NetFileSend 10.0.0.2 nobody answers");
   EXPECT_THAT(user_.Messages(), ElementsAre("NetFailed NetFileSend 10.0.0.2 nobody answers"));
   messages_.ProcessMessage("SyncSuccessfull lap");
-  EXPECT_EQ(LastExport(), kOld);
+  EXPECT_EQ(LastExport("lap"), kOld);
 }
 
 // It is still on its way: its confirmation, when it comes, is not the later file's.
@@ -342,16 +342,16 @@ TEST_F(MessagesTest, ShowThatAFileIsLateAndKeepItsDateForItsConfirmation) {
   messages_.ProcessMessage("NetDelayed NetFileSend 10.0.0.2 its disk is full");
   EXPECT_THAT(user_.Messages(), ElementsAre("NetDelayed NetFileSend 10.0.0.2 its disk is full"));
   messages_.ProcessMessage("SyncSuccessfull lap");
-  EXPECT_EQ(LastExport(), kNew);
+  EXPECT_EQ(LastExport("lap"), kNew);
   messages_.ProcessMessage("SyncSuccessfull lap");
-  EXPECT_EQ(LastExport(), kNew + 1);
+  EXPECT_EQ(LastExport("lap"), kNew + 1);
 }
 
 TEST_F(MessagesTest, KeepWaitingAfterAFailureOfSomethingElse) {
   ASSERT_TRUE(RunNotes(ProgramDir()).Add("lap", kOld, kNew, "10.0.0.2").Ok());
   messages_.ProcessMessage("NetFailed NetTrans 10.0.0.2 nobody answers");
   messages_.ProcessMessage("SyncSuccessfull lap");
-  EXPECT_EQ(LastExport(), kNew);
+  EXPECT_EQ(LastExport("lap"), kNew);
 }
 
 // Waiting for an end, unattended.
@@ -364,7 +364,7 @@ TEST_F(MessagesTest, AwaitedEndWithTheImport) {
   }
   ASSERT_EQ(link_.StartLink(), 0);
   EXPECT_TRUE(messages_.AwaitImport("LAP", "10.0.0.2"));
-  EXPECT_NE(LastImport(), 0);
+  EXPECT_NE(LastImport("lap"), 0);
 }
 
 TEST_F(MessagesTest, AwaitedEndAsFailedWhenTheFileCanNotBeReceived) {

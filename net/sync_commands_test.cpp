@@ -10,6 +10,7 @@
 #include "db/memory_rows.h"
 #include "lib/date.h"
 #include "lib/settings.h"
+#include "tests/support/office.h"
 #include "tests/support/sandbox.h"
 #include "tests/support/scripted_sync_view.h"
 #include "tests/support/scripted_user.h"
@@ -34,15 +35,14 @@ class RememberingDesktop : public lib::Desktop {
 };
 
 // The window of the computer "office" with the targets "laptop" (a folder) and "tower" (FTP).
-class SyncCommandsTest : public tests::Sandbox {
+class SyncCommandsTest : public tests::Office<tests::Sandbox, tests::ScriptedUser> {
  protected:
   SyncCommandsTest() {
-    EXPECT_EQ(database_.OpenDatabase(), db::Database::Opened::Yes);
     catalogue_.FillItemList(db::kLiveItems);
     targets_.NewTarget("laptop");
-    Change("laptop", [this](TargetRec& rec) { rec.SetText(TargetRec::kMediaPath, OnDriveZ(Stick())); });
+    ChangeTarget("laptop", [this](TargetRec& rec) { rec.SetText(TargetRec::kMediaPath, OnDriveZ(Stick())); });
     targets_.NewTarget("tower");
-    Change("tower", [](TargetRec& rec) {
+    ChangeTarget("tower", [](TargetRec& rec) {
       rec.SetNumber(TargetRec::kConnectionType, 2);
       rec.SetText(TargetRec::kAddress, "ftp.example.com");
       rec.SetText(TargetRec::kPassword, "secret");
@@ -52,13 +52,6 @@ class SyncCommandsTest : public tests::Sandbox {
     commands_.Editing().FillTargetList();
   }
 
-  [[nodiscard]] fs::path Stick() const { return Root() / "stick"; }
-  void Change(const std::string& id, const std::function<void(TargetRec&)>& change) {
-    const int slot = targets_.FindTarget(id, false);
-    ASSERT_NE(slot, 0);
-    change(targets_.Current());
-    targets_.WriteTarget(slot, targets_.Current());
-  }
   TargetRec Target(const std::string& id) {
     EXPECT_NE(targets_.FindTarget(id, false), 0) << id;
     return targets_.Current();
@@ -83,20 +76,6 @@ class SyncCommandsTest : public tests::Sandbox {
   }
   [[nodiscard]] fs::path History() const { return ProgramFolder() / "ZELKOR history.log"; }
 
-  tests::ScriptedUser user_;
-  db::Database database_{ProgramDir(), user_};
-  db::MemoryRows rows_;
-  db::Catalogue catalogue_{database_, rows_, user_};
-  Targets targets_{database_, user_};
-  db::RemapTable remap_;
-  sync::SyncLog log_{ProgramDir(), user_};
-  const std::string computerId_ = "office";
-  sync::Context context_{.catalogue = catalogue_,
-                         .targets = targets_,
-                         .remap = remap_,
-                         .log = log_,
-                         .user = user_,
-                         .computerId = computerId_};
   RememberingDesktop desktop_;
   tests::ScriptedSyncView view_;
   // What was asked of others, in order, with the password that the current record held then.
@@ -309,7 +288,7 @@ TEST_F(SyncCommandsTest, NoRunStartsWhileTheEditsCanNotBeSaved) {
 TEST_F(SyncCommandsTest, ImportsFromTheSelectedTargetAndTellsThatTheItemsChanged) {
   // What this computer exports for "test" comes back to itself.
   targets_.NewTarget("test");
-  Change("test", [this](TargetRec& rec) { rec.SetText(TargetRec::kMediaPath, OnDriveZ(Stick())); });
+  ChangeTarget("test", [this](TargetRec& rec) { rec.SetText(TargetRec::kMediaPath, OnDriveZ(Stick())); });
   commands_.Editing().FillTargetList();
   Select("test");
   commands_.Sync_Export();

@@ -54,7 +54,7 @@ class SyncRun : public tests::SyncWindowFixture, private lib::RunView {
   // A target whose sync files come back to this computer, and some files for it.
   void OpenWithFiles(int count, std::size_t size = 10) {
     targets_.NewTarget("test");
-    Change("test", [this](TargetRec& rec) { rec.SetText(TargetRec::kMediaPath, OnDriveZ(Stick())); });
+    ChangeTarget("test", [this](TargetRec& rec) { rec.SetText(TargetRec::kMediaPath, OnDriveZ(Stick())); });
     for (int i = 1; i <= count; ++i) WriteNative(Home() / "data" / Name(i), std::string(size, 'x'));
     AddItem("Data", "c:\\data\\*.*");
     Open();

@@ -66,7 +66,7 @@ TEST_F(Ftp, UploadsUnderTheTargetsIdAndStoresTheDate) {
   EXPECT_EQ(Export(), ExportResult::Done);
   EXPECT_THAT(Waiting(), ElementsAre("lap.cas"));
   EXPECT_THAT(OnServer("lap.cas"), StartsWith("office  "));
-  EXPECT_GE(lib::DateToSeconds(LastExport()), lib::DateToSeconds(before) - 2);
+  EXPECT_GE(lib::DateToSeconds(LastExport("lap")), lib::DateToSeconds(before) - 2);
   EXPECT_THAT(user_.log, IsSupersetOf<std::string>({"Uploading file for [lap] to ftp.example.org",
                                                     "Sync file [lap.cas] has been uploaded to FTP-server"}));
   EXPECT_THAT(Leftovers(), IsEmpty());
@@ -117,7 +117,7 @@ TEST_F(Ftp, UploadsNothingWithoutAListing) {
   EXPECT_EQ(Export(), ExportResult::Failed);
   EXPECT_EQ(OnServer("lap.cas"), "still waiting");
   EXPECT_THAT(Waiting(), ElementsAre("lap.cas"));
-  EXPECT_EQ(LastExport(), kOld);
+  EXPECT_EQ(LastExport("lap"), kOld);
   EXPECT_THAT(user_.Messages(), ElementsAre("Upload to FTP-server failed!", "Sync export failed!"));
   EXPECT_EQ(user_.boxes[0].icon, lib::Icon::Critical);
   EXPECT_THAT(user_.log, Contains("Error 550 refused by the server"));
@@ -137,7 +137,7 @@ TEST_F(Ftp, UploadsNothingByAListingThatItCanNotRead) {
 TEST_F(Ftp, KeepsTheDateWhenTheUploadFails) {
   server_.fails = "FTPSend";
   EXPECT_EQ(Export(), ExportResult::Failed);
-  EXPECT_EQ(LastExport(), kOld);
+  EXPECT_EQ(LastExport("lap"), kOld);
   EXPECT_THAT(user_.Messages(), ElementsAre("Upload to FTP-server failed!", "Sync export failed!"));
   EXPECT_THAT(user_.log, Contains("Sync export failed!"));
   EXPECT_THAT(Leftovers(), IsEmpty());
@@ -176,7 +176,7 @@ TEST_F(Ftp, IsADeliveryThatFailedWhenItIsCancelled) {
   server_.unanswered = "FTPSend";
   user_.onWaiting = [this](const std::string& caption) { user_.cancelled = caption.starts_with("Uploading"); };
   EXPECT_EQ(Export(), ExportResult::Failed);
-  EXPECT_EQ(LastExport(), kOld);
+  EXPECT_EQ(LastExport("lap"), kOld);
 }
 
 TEST_F(Ftp, ImportsEveryWaitingFileOfTheTargetAndFreesItsName) {
@@ -191,8 +191,8 @@ TEST_F(Ftp, ImportsEveryWaitingFileOfTheTargetAndFreesItsName) {
   EXPECT_THAT(Waiting(), IsEmpty());
   EXPECT_TRUE(fs::exists(Server() / "office.cas"));
   EXPECT_TRUE(fs::exists(Server() / "office01.cas"));
-  EXPECT_NE(LastImport(), 0);
-  EXPECT_EQ(LastExport(), kOld);
+  EXPECT_NE(LastImport("lap"), 0);
+  EXPECT_EQ(LastExport("lap"), kOld);
   EXPECT_THAT(user_.log, Contains("Downloading file from target [lap] from server ftp.example.org"));
   EXPECT_THAT(Leftovers(), IsEmpty());
 }
@@ -233,7 +233,7 @@ TEST_F(Ftp, SaysThatNothingWaits) {
   PutOnServer("office.cas", "");
   EXPECT_EQ(Import(), ImportResult::NoFile);
   EXPECT_THAT(user_.Messages(), ElementsAre("No file to import!"));
-  EXPECT_EQ(LastImport(), 0);
+  EXPECT_EQ(LastImport("lap"), 0);
 }
 
 TEST_F(Ftp, SaysThatTheTransferFailed) {
@@ -244,7 +244,7 @@ TEST_F(Ftp, SaysThatTheTransferFailed) {
   EXPECT_EQ(Import(), ImportResult::TransferFailed);
   EXPECT_THAT(user_.Messages(), ElementsAre("Sync import failed", "Sync import failed"));
   EXPECT_THAT(Waiting(), ElementsAre("office.cas"));
-  EXPECT_EQ(LastImport(), 0);
+  EXPECT_EQ(LastImport("lap"), 0);
 }
 
 TEST_F(Ftp, KeepsOnTheServerWhatCouldNotBeTaken) {

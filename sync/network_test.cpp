@@ -39,7 +39,7 @@ class Network : public tests::Networked {
     return ImportFromTarget(context_, {.targetId = "lap", .place = place, .mode = mode});
   }
   [[nodiscard]] std::string Sent() const { return ReadNative(Root() / "sent" / "file"); }
-  std::optional<lib::Date> Noted() { return net::RunNotes(ProgramDir()).Take("lap", LastExport()); }
+  std::optional<lib::Date> Noted() { return net::RunNotes(ProgramDir()).Take("lap", LastExport("lap")); }
   void DieAtOnce() {
     ASSERT_EQ(link_.StartLink(), 0);
     vandry_->DieOfNextCommand();
@@ -51,7 +51,7 @@ TEST_F(Network, HandsTheFileToVandryAndStoresNoDate) {
   EXPECT_EQ(Export(), ExportResult::Sent);
   EXPECT_THAT(vandry_->Commands(), ElementsAre(tests::Matches("NetFileSend 10\\.0\\.0\\.2 office lap z:.*~sync.*")));
   EXPECT_THAT(Sent(), HasSubstr("content"));
-  EXPECT_EQ(LastExport(), kOld);
+  EXPECT_EQ(LastExport("lap"), kOld);
   EXPECT_TRUE(fs::is_empty(Root() / "tmp") || !fs::exists(Root() / "tmp"));
 }
 
@@ -108,7 +108,7 @@ TEST_F(Network, FailsWhenVandryDoesNotTakeTheFile) {
   EXPECT_EQ(Export(), ExportResult::Failed);
   EXPECT_THAT(user_.Messages(), ElementsAre("Sync export failed!"));
   EXPECT_THAT(user_.log, Contains("Error: Vandry has gone"));
-  EXPECT_EQ(LastExport(), kOld);
+  EXPECT_EQ(LastExport("lap"), kOld);
   EXPECT_EQ(Noted(), std::nullopt);
 }
 
@@ -140,7 +140,7 @@ TEST_F(Network, AsksTheTargetForItsFile) {
   EXPECT_THAT(vandry_->Commands(), ElementsAre("NetTrans 10.0.0.2 SyncMe office"));
   EXPECT_THAT(user_.log, Contains("Sync request sent to [lap]"));
   EXPECT_THAT(user_.log, Not(Contains(StartsWith("Import completed"))));
-  EXPECT_EQ(LastImport(), 0);
+  EXPECT_EQ(LastImport("lap"), 0);
 }
 
 TEST_F(Network, SaysThatVandryDoesNotTakeTheRequest) {

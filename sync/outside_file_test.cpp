@@ -7,6 +7,7 @@
 
 #include "db/memory_rows.h"
 #include "sync/export.h"
+#include "tests/support/office.h"
 #include "tests/support/sandbox.h"
 #include "tests/support/scripted_user.h"
 
@@ -18,10 +19,9 @@ using testing::HasSubstr;
 
 // The office computer. It has exported one item to "lap" as the laptop would to it: what stands on the stick is a sync
 // file of the laptop's once the name of the sender in its header is the laptop's.
-class OutsideFile : public tests::Sandbox {
+class OutsideFile : public tests::Office<tests::Sandbox, tests::ScriptedUser> {
  protected:
   OutsideFile() {
-    EXPECT_EQ(database_.OpenDatabase(), db::Database::Opened::Yes);
     targets_.NewTarget("lap");
     WriteNative(Home() / "plan.txt", "the plan");
     catalogue_.AddItem("Plan", "c:\\plan.txt");
@@ -35,23 +35,7 @@ class OutsideFile : public tests::Sandbox {
     EXPECT_EQ(database_.OpenDatabase(), db::Database::Opened::Yes);
     user_.boxes.clear();
   }
-  [[nodiscard]] std::filesystem::path Stick() const { return Root() / "stick"; }
   [[nodiscard]] std::string Path(const std::string& name) const { return OnDriveZ(Stick() / name); }
-
-  tests::ScriptedUser user_;
-  db::Database database_{ProgramDir(), user_};
-  db::MemoryRows rows_;
-  db::Catalogue catalogue_{database_, rows_, user_};
-  net::Targets targets_{database_, user_};
-  db::RemapTable remap_;
-  SyncLog log_{ProgramDir(), user_};
-  const std::string computerId_ = "office";
-  Context context_{.catalogue = catalogue_,
-                   .targets = targets_,
-                   .remap = remap_,
-                   .log = log_,
-                   .user = user_,
-                   .computerId = computerId_};
 };
 
 TEST_F(OutsideFile, IsImportedFromItsSenderAfterAQuestionAndNeverDeleted) {

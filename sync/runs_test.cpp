@@ -9,6 +9,7 @@
 #include "lib/settings.h"
 #include "sync/export.h"
 #include "sync/import.h"
+#include "tests/support/office.h"
 #include "tests/support/sandbox.h"
 #include "tests/support/scripted_user.h"
 
@@ -25,23 +26,17 @@ constexpr lib::Date kOld = 40000.25;
 constexpr lib::Date kNew = 46000.5;
 
 // The office computer, with the laptop as its target. What it exports for "test" comes back to itself.
-class Runs : public tests::Sandbox {
+class Runs : public tests::Office<tests::Sandbox, tests::ScriptedUser> {
  protected:
   Runs() {
-    EXPECT_EQ(database_.OpenDatabase(), db::Database::Opened::Yes);
     catalogue_.FillItemList(db::kLiveItems);
     targets_.NewTarget("laptop");
     targets_.NewTarget("test");
     fs::create_directory(Stick());
   }
 
-  [[nodiscard]] fs::path Stick() const { return Root() / "stick"; }
   [[nodiscard]] Place StickPlace() const { return {.word = AsTyped(Stick()), .startDirectory = "/"}; }
 
-  void PutFile(const std::string& name, const std::string& content, lib::Date written) {
-    WriteNative(Home() / name, content);
-    ASSERT_FALSE(lib::SetFileDate("c:\\" + name, lib::FileTime::Written, written));
-  }
   std::int32_t AddItem(const std::string& description, const std::string& selection,
                        db::SyncMethod method = db::SyncMethod::Auto) {
     const std::int32_t recno = *catalogue_.AddItem(description, selection);
@@ -70,30 +65,6 @@ class Runs : public tests::Sandbox {
     ASSERT_EQ(database_.OpenDatabase(), db::Database::Opened::Yes);
     catalogue_.FillItemList(db::kLiveItems);
   }
-  lib::Date LastExport(const std::string& target) {
-    targets_.FindTarget(target, false);
-    return targets_.Current().Date(net::TargetRec::kLastExport);
-  }
-  lib::Date LastImport(const std::string& target) {
-    targets_.FindTarget(target, false);
-    return targets_.Current().Date(net::TargetRec::kLastImport);
-  }
-  [[nodiscard]] std::string Content(const std::string& name) const { return ReadNative(Home() / name); }
-
-  tests::ScriptedUser user_;
-  db::Database database_{ProgramDir(), user_};
-  db::MemoryRows rows_;
-  db::Catalogue catalogue_{database_, rows_, user_};
-  net::Targets targets_{database_, user_};
-  db::RemapTable remap_;
-  SyncLog log_{ProgramDir(), user_};
-  const std::string computerId_ = "office";
-  Context context_{.catalogue = catalogue_,
-                   .targets = targets_,
-                   .remap = remap_,
-                   .log = log_,
-                   .user = user_,
-                   .computerId = computerId_};
 };
 
 TEST_F(Runs, InViewModeNothingIsWrittenEveryEntryIsLoggedAndTheSummaryCounts) {

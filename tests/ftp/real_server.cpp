@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 using Kind = RealFtpOptions::Kind;
 using Tls = RealFtpOptions::Tls;
 
-// Where cmake/ftp_servers.sh puts them.
+// Where cmake/servers.sh puts them.
 const fs::path kUnpacked = ZELKOR_FTP_SERVERS;
 
 // One that is installed, or the unpacked one.
@@ -50,7 +50,7 @@ constexpr uid_t kNobody = 65534;
 
 std::string RealFtpServer::WhyNot(Kind kind) {
   const std::string name = kind == Kind::Vsftpd ? "vsftpd" : "pure-ftpd";
-  if (Find(name).empty()) return name + " is not here; cmake/ftp_servers.sh fetches it";
+  if (Find(name).empty()) return name + " is not here; cmake/servers.sh fetches it";
   if (kind == Kind::PureFtpd && getuid() != 0) return "pure-ftpd runs for root only";
   return {};
 }

@@ -10,29 +10,24 @@
 #include <utility>
 #include <vector>
 
-#include "db/catalogue.h"
-#include "db/memory_rows.h"
-#include "db/remap.h"
-#include "lib/file_times.h"
 #include "lib/settings.h"
 #include "net/link.h"
-#include "net/targets.h"
-#include "sync/context.h"
 #include "sync/export.h"
-#include "sync/sync_log.h"
 #include "tests/support/fake_vandry.h"
+#include "tests/support/office.h"
 #include "tests/support/sandbox.h"
 #include "tests/support/scripted_user.h"
+#include "tests/support/until.h"
 
 namespace zelkor::tests {
 
-class Networked : public Sandbox {
+class Networked : public Office<Sandbox, ScriptedUser> {
  protected:
   static constexpr lib::Date kOld = 40000.25;
   static constexpr lib::Date kNew = 46000.5;
 
   Networked() {
-    EXPECT_EQ(database_.OpenDatabase(), db::Database::Opened::Yes);
+    context_.link = &link_;
     catalogue_.FillItemList(db::kLiveItems);
     for (const char* id : {"home", "lap"}) targets_.NewTarget(id);
     ChangeTarget("lap", [](net::TargetRec& rec) {
@@ -47,25 +42,9 @@ class Networked : public Sandbox {
     vandry_ = std::make_unique<FakeVandry>(ProgramDir(), std::move(script));
   }
 
-  void ChangeTarget(const std::string& id, const std::function<void(net::TargetRec&)>& change) {
-    const int slot = targets_.FindTarget(id, false);
-    change(targets_.Current());
-    targets_.WriteTarget(slot, targets_.Current());
-  }
-  lib::Date DateOf(const std::string& id, const lib::Field& field) {
-    targets_.FindTarget(id, false);
-    return targets_.Current().Date(field);
-  }
-  lib::Date LastExport(const std::string& id = "lap") { return DateOf(id, net::TargetRec::kLastExport); }
-  lib::Date LastImport(const std::string& id = "lap") { return DateOf(id, net::TargetRec::kLastImport); }
-
-  void PutFile(const std::string& name, const std::string& content, lib::Date written = kNew) {
-    WriteNative(Home() / name, content);
-    ASSERT_FALSE(lib::SetFileDate("c:\\" + name, lib::FileTime::Written, written));
-  }
   // An item with one file that goes to every target.
   std::int32_t AddItem(const std::string& name, const std::string& content) {
-    PutFile(name, content);
+    PutFile(name, content, kNew);
     const std::int32_t recno = *catalogue_.AddItem(name, "c:\\" + name);
     database_.Item().SetNumber(db::FileRec::kSyncMethod, static_cast<std::int32_t>(db::SyncMethod::Auto));
     database_.Item().SetNumber(db::FileRec::kSyncTo, static_cast<std::int32_t>(db::SyncTo::All));
@@ -98,7 +77,6 @@ class Networked : public Sandbox {
     user_.statuses.clear();
     return bytes;
   }
-  [[nodiscard]] std::string Content(const std::string& name) const { return ReadNative(Home() / name); }
   // The native path of a path on drive z or c, as a program on the other side of the link would have it. The drives of
   // the program are not asked: they belong to its thread.
   [[nodiscard]] std::filesystem::path NativePath(const std::string& path) const {
@@ -109,31 +87,17 @@ class Networked : public Sandbox {
   // Handles messages until `count` of them were dealt with.
   void HandleMessages(std::size_t count) {
     ASSERT_EQ(link_.StartLink(), 0);
-    for (int i = 0; i < 3000 && vandry_->HandledPushes().size() < count; ++i) {
+    constexpr auto kPatience = std::chrono::seconds(10);
+    ASSERT_TRUE(HoldsWithin(kPatience, [&] {
       link_.TakeMessages();
-      std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
+      return vandry_->HandledPushes().size() >= count;
+    }));
     ASSERT_EQ(vandry_->HandledPushes().size(), count);
     link_.TakeMessages();
   }
 
-  ScriptedUser user_;
-  db::Database database_{ProgramDir(), user_};
-  db::MemoryRows rows_;
-  db::Catalogue catalogue_{database_, rows_, user_};
-  net::Targets targets_{database_, user_};
-  db::RemapTable remap_;
-  sync::SyncLog log_{ProgramDir(), user_};
-  const std::string computerId_ = "office";
   std::unique_ptr<FakeVandry> vandry_;
   net::Link link_{user_, catalogue_.Occupied(), Means()};
-  sync::Context context_{.catalogue = catalogue_,
-                         .targets = targets_,
-                         .remap = remap_,
-                         .log = log_,
-                         .user = user_,
-                         .computerId = computerId_,
-                         .link = &link_};
 
  private:
   net::LinkMeans Means() {

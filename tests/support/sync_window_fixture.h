@@ -20,21 +20,21 @@
 #include "lib/gui/text.h"
 #include "net/sync_window.h"
 #include "tests/support/gui_testing.h"
+#include "tests/support/office.h"
 #include "tests/support/scripted_desktop.h"
 
 namespace zelkor::tests {
 
 // The synchronisation window of the computer "office" with the targets "laptop" (a folder) and "tower" (FTP).
-class SyncWindowFixture : public GuiTest {
+class SyncWindowFixture : public Office<GuiTest, app::WindowUser> {
  protected:
   SyncWindowFixture() {
-    EXPECT_EQ(database_.OpenDatabase(), db::Database::Opened::Yes);
     catalogue_.FillItemList(db::kLiveItems);
     std::filesystem::create_directory(Stick());
     targets_.NewTarget("laptop");
-    Change("laptop", [this](net::TargetRec& rec) { rec.SetText(net::TargetRec::kMediaPath, OnDriveZ(Stick())); });
+    ChangeTarget("laptop", [this](net::TargetRec& rec) { rec.SetText(net::TargetRec::kMediaPath, OnDriveZ(Stick())); });
     targets_.NewTarget("tower");
-    Change("tower", [](net::TargetRec& rec) {
+    ChangeTarget("tower", [](net::TargetRec& rec) {
       rec.SetNumber(net::TargetRec::kConnectionType, 2);
       rec.SetText(net::TargetRec::kAddress, "ftp.example.com");
       rec.SetText(net::TargetRec::kUserName, "anna");
@@ -59,14 +59,7 @@ class SyncWindowFixture : public GuiTest {
     ShowActive(*window_);
   }
 
-  [[nodiscard]] std::filesystem::path Stick() const { return Root() / "stick"; }
   [[nodiscard]] std::filesystem::path History() const { return ProgramFolder() / "ZELKOR history.log"; }
-  void Change(const std::string& id, const std::function<void(net::TargetRec&)>& change) {
-    const int slot = targets_.FindTarget(id, false);
-    ASSERT_NE(slot, 0);
-    change(targets_.Current());
-    targets_.WriteTarget(slot, targets_.Current());
-  }
   net::TargetRec Target(const std::string& id) {
     EXPECT_NE(targets_.FindTarget(id, false), 0) << id;
     return targets_.Current();
@@ -160,21 +153,7 @@ class SyncWindowFixture : public GuiTest {
             .itemsChanged = [this] { calls_.emplace_back("items"); }};
   }
 
-  app::WindowUser user_;
   ScriptedDesktop desktop_;
-  db::Database database_{ProgramDir(), user_};
-  db::MemoryRows rows_;
-  db::Catalogue catalogue_{database_, rows_, user_};
-  net::Targets targets_{database_, user_};
-  db::RemapTable remap_;
-  sync::SyncLog log_{ProgramDir(), user_};
-  const std::string computerId_ = "office";
-  sync::Context context_{.catalogue = catalogue_,
-                         .targets = targets_,
-                         .remap = remap_,
-                         .log = log_,
-                         .user = user_,
-                         .computerId = computerId_};
   std::vector<std::string> calls_;
   net::Sync* window_ = nullptr;
 };

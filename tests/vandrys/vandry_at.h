@@ -10,7 +10,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -19,6 +18,7 @@
 #include "tests/support/computer.h"
 #include "tests/support/peer_computers.h"
 #include "tests/support/process.h"
+#include "tests/support/until.h"
 #include "tests/support/wine.h"
 
 namespace zelkor::tests {
@@ -62,17 +62,14 @@ class VandryAt {
   // Where the test can not sit at the local link's other end: it runs once its port takes connections.
   void StartAlone() {
     process_ = computer_.Start(Words({}), RunOptions());
-    const auto end = std::chrono::steady_clock::now() + kPatience;
-    bool listens = false;
-    while (!listens && std::chrono::steady_clock::now() < end) {
+    const auto listens = [&] {
       const lib::Result<lib::Socket> socket = lib::StartConnecting(*lib::NumericAddress("127.0.0.1", port_));
-      if (!socket.Ok()) continue;
+      if (!socket.Ok()) return false;
       lib::Awaited awaited{.handle = socket->Get(), .wantWrite = true};
       lib::WaitUntilReady({&awaited, 1}, kSecond);
-      listens = awaited.canWrite && lib::ConnectOutcome(*socket).Ok();
-      if (!listens) std::this_thread::sleep_for(kStep);
-    }
-    ASSERT_TRUE(listens) << "no Vandry came";
+      return awaited.canWrite && lib::ConnectOutcome(*socket).Ok();
+    };
+    ASSERT_TRUE(HoldsWithin(kPatience, listens)) << "no Vandry came";
   }
   // Without warning.
   void Kill() {
