@@ -17,8 +17,9 @@ struct ChannelClient::State {
 
 namespace {
 
-// The greeting that shows that somebody is awake at the other end.
-Status Greet(ChannelWire& wire, ChannelWire::Clock::time_point end) {
+// The greeting that shows that somebody is awake at the other end. One that ends before it greets was on its way out:
+// then nobody serves.
+Status Greet(ChannelWire& wire, std::string_view programDir, ChannelWire::Clock::time_point end) {
   wire.Send(FrameKind::Open, kFrameVersion, {});
   for (milliseconds patience{0};; patience = TimeLeft(end)) {
     wire.Turn(patience);
@@ -26,7 +27,7 @@ Status Greet(ChannelWire& wire, ChannelWire::Clock::time_point end) {
       if (frame->kind == FrameKind::Open && frame->number == kFrameVersion) return {};
       return {Cause::Failed, "The networking program is of another version"};
     }
-    if (!wire.IsOpen()) return {Cause::Failed, "The networking program closed the local link"};
+    if (!wire.IsOpen()) return NobodyServesChannel(programDir);
     if (ChannelWire::Clock::now() >= end) return NoChannelAnswer();
   }
 }
@@ -70,7 +71,7 @@ Result<std::unique_ptr<ChannelClient>> ChannelClient::Connect(std::string_view p
   const ChannelWire::Clock::time_point end = ChannelWire::Clock::now() + patience;
   Result<std::unique_ptr<ChannelWire>> wire = ChannelWire::Connect(programDir, end);
   if (!wire.Ok()) return wire.Failure();
-  if (const Status greeted = Greet(**wire, end); !greeted.Ok()) return greeted;
+  if (const Status greeted = Greet(**wire, programDir, end); !greeted.Ok()) return greeted;
   auto client = std::make_unique<ChannelClient>();
   client->state_->wire = std::move(*wire);
   return client;

@@ -1,11 +1,13 @@
 #include "lib/channel.h"
 
 #include <filesystem>
+#include <future>
 #include <gmock/gmock.h>
 #include <vector>
 
 #include "lib/channel_fixture.h"
 #include "lib/channel_frame.h"
+#include "lib/readiness.h"
 
 namespace zelkor::lib {
 namespace {
@@ -103,6 +105,18 @@ TEST_F(Channel, GivesUpAServerThatDoesNotAnswer) {
   EXPECT_EQ(ChannelClient::Connect(ProgramDir(), milliseconds(100)).Why(), Cause::Failed);
   EXPECT_GE(std::chrono::steady_clock::now() - started, milliseconds(100));
   EXPECT_LT(std::chrono::steady_clock::now() - started, seconds(5));
+}
+
+TEST_F(Channel, FindsNobodyWhereTheServerEndsWhileItIsConnectedTo) {
+  Listen();
+  // Connects for as long as the server lasts, which lets nobody in.
+  auto connecting =
+      std::async(std::launch::async, [this] { return ChannelClient::Connect(ProgramDir(), seconds(20)); });
+  Awaited awaited{.handle = server_->ReadyHandle(), .wantRead = true};
+  WaitUntilReady({&awaited, 1}, seconds(20));
+  EXPECT_TRUE(awaited.canRead);
+  server_.reset();
+  EXPECT_EQ(connecting.get().Why(), Cause::NotFound);
 }
 
 TEST_F(Channel, HasOneServerForEachProgramDirectory) {

@@ -28,6 +28,9 @@ constexpr int kDone = 0;
 constexpr int kFailed = 1;
 constexpr int kNotUnderstood = 2;
 
+// Another one that is ending has its place no longer than this.
+constexpr vandry::Loop::Milliseconds kTimeToEnd{2000};
+
 // Around what there is to say of pairing.
 constexpr const char* kHelpBefore =
     "Usage: vandry [SWITCH]\n"
@@ -47,9 +50,15 @@ int Run(const std::string& programDir) {
   vandry::Loop loop;
   vandry::PrepareFtp();
   vandry::Program program(loop, programDir);
-  const lib::Status opened = program.Open([&](vandry::Loop& peersLoop, vandry::PeerUser& user) {
-    return vandry::OpenPeers(peersLoop, user, [programDir] { return vandry::ReadPeerSettings(programDir); });
-  });
+  lib::Status opened;
+  const auto open = [&] {
+    opened = program.Open([&](vandry::Loop& peersLoop, vandry::PeerUser& user) {
+      return vandry::OpenPeers(peersLoop, user, [programDir] { return vandry::ReadPeerSettings(programDir); });
+    });
+    return opened.Why() != lib::Cause::Exists;
+  };
+  // The one before may be on its way out: Zelkor does not wait for its end, and the next Zelkor may come at once.
+  (void)loop.RunUntil(open, kTimeToEnd);
   if (opened.Why() == lib::Cause::Exists) return Fail("Vandry is already running");
   if (!opened.Ok()) return Fail(opened.Message());
   loop.Run();

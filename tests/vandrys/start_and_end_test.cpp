@@ -1,12 +1,18 @@
 // The built Vandry's beginning and end.
 
+#include <array>
+#include <climits>
 #include <csignal>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <memory>
 #include <string>
+#include <sys/inotify.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include "lib/single_copy.h"
 #include "tests/vandrys/vandry_at.h"
 
 namespace zelkor::tests {
@@ -53,6 +59,24 @@ TEST_F(StartAndEnd, TakesThePlaceOfOneThatWasKilled) {
   vandry.Kill();
   vandry.Start();
   EXPECT_EQ(vandry.Ask("Hello"), "OK 1.00");
+}
+
+// As when a run follows at once on another one, whose Vandry is still on its way out.
+TEST_F(StartAndEnd, WaitsForThePlaceOfOneThatIsEnding) {
+  auto ending = std::make_unique<lib::SingleCopy>(OnDriveZ(vandry.OnComputer().Program()) + "\\", "vandry");
+  const int watch = inotify_init1(IN_CLOEXEC);
+  ASSERT_GE(watch, 0);
+  ASSERT_GE(inotify_add_watch(watch, vandry.File("vandry.lock").c_str(), IN_CLOSE_WRITE), 0);
+  const std::unique_ptr<RunningProcess> next = vandry.StartCommand({});
+  // It has found the place taken.
+  std::array<char, sizeof(inotify_event) + NAME_MAX + 1> event{};
+  ASSERT_GT(read(watch, event.data(), event.size()), 0);
+  close(watch);
+  ending.reset();
+  vandry.Connect();
+  EXPECT_EQ(vandry.Ask("Hello"), "OK 1.00");
+  next->Signal(SIGTERM);
+  EXPECT_EQ(next->Wait().status, 0);
 }
 
 TEST_F(StartAndEnd, TellsItsVersionAndWhatItDoesNotUnderstand) {
