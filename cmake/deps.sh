@@ -31,7 +31,7 @@ for job in "$@"; do
       ;;
     windows) packages="$packages $windows" ;;
     installer) packages="$packages $windows nsis" ;;
-    test-windows) packages="$packages $build $windows $display nsis wine wine64 python3 xdotool imagemagick" ;;
+    test-windows) packages="$packages $build $windows $display nsis wine wine64 patchelf python3 xdotool imagemagick" ;;
     tidy) packages="$packages $build $display clang-tidy python3 googletest g++-mingw-w64-x86-64-posix" ;;
     format) packages="$packages clang-format" ;;
     fuzz) packages="$packages $build $display clang libclang-rt-14-dev" ;;

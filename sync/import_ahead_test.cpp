@@ -67,6 +67,7 @@ TEST_F(ImportAheadTest, MakesAFileWholeAndWithItsTimesButWithoutAName) {
 }
 
 TEST_F(ImportAheadTest, MakesAFileWhoseDirectoryIsNotThereYet) {
+  if (!tests::HasUnnamedFiles()) GTEST_SKIP() << "nothing is made ahead here";
   WriteSyncFile({{"c:\\in\\deep\\a", "first"}});
   EXPECT_TRUE(TakeLast("c:\\in\\deep\\a"));
   EXPECT_FALSE(fs::exists(Home() / "in"));

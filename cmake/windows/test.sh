@@ -1,6 +1,6 @@
 #!/bin/bash
-# Builds the tests of the programs for Windows and runs them under Wine, and the installers: test.sh JOBS. Of the 32-bit
-# programs, what runs without windows. Ends with one line that counts the tests; its status is 0 only when none failed.
+# Builds the tests of the programs for Windows and runs them under Wine, and the installers: test.sh JOBS. Ends with
+# one line that counts the tests; its status is 0 only when none failed.
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 
@@ -16,9 +16,6 @@ source cmake/tally.sh
 for bits in 64 32; do
   echo
   echo "=== $bits-bit"
-  run=(ctest --preset "windows$bits" -j "$jobs")
-  # One Windows for all, since the making takes longer than most of the tests.
-  [ "$bits" = 64 ] || run=(cmake/windows/wine32.sh --within "${run[@]}")
-  tally "build/windows$bits" "${run[@]}"
+  tally "build/windows$bits" ctest --preset "windows$bits" -j "$jobs"
 done
 tally_end

@@ -118,10 +118,7 @@ set(ZELKOR_WINDOWS_NOT_FROM_OUTSIDE
   # What takes minutes and gigabytes.
   DamagedSyncFile.WithABitFlippedAnywhereDoesNoHarm BigFiles.*)
 
-# 32-bit programs run without windows and DDE, for want of their Wine's screen.
 set(ZELKOR_WINDOWS_RUN ${CMAKE_CURRENT_LIST_DIR}/wine.sh)
 if(ZELKOR_TRIPLE MATCHES "^i686")
   set(ZELKOR_WINDOWS_RUN ${CMAKE_CURRENT_LIST_DIR}/wine32.sh)
-  set(ZELKOR_WINDOWS_TESTS lib_test db_test sync_test)
-  list(APPEND ZELKOR_WINDOWS_lib_test "Channel*")
 endif()

@@ -6,7 +6,7 @@
 set -euo pipefail
 here=$(dirname "$(readlink -f "$0")")
 
-export WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-mscoree,mshtml=} WINEARCH=win64
+export WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-mscoree,mshtml=} WINEARCH=${WINEARCH:-win64}
 if [ -z "${DISPLAY:-}" ]; then
   unset WINEPREFIX
   exec "$here/../../tests/gui/in_display.sh" "$0" "$@"

@@ -1,18 +1,12 @@
 #!/bin/bash
 # Installs Zelkor into a Windows of its own under Wine, looks at what is there, starts it from its shortcut, and removes
-# it again: check.sh [--silent] INSTALLER. Wants a display. With PICTURES=FOLDER it leaves pictures of the screen there.
-# With --silent the program is not started, for a Windows that shows nothing.
+# it again: check.sh INSTALLER. Wants a display. With PICTURES=FOLDER it leaves pictures of the screen there.
 set -euo pipefail
-silent=""
-if [ "$1" = --silent ]; then
-  silent=$1
-  shift
-fi
 installer=$(readlink -f "$1")
-if [ -z "${DISPLAY:-}" ]; then exec "$(dirname "$0")/../../tests/gui/in_display.sh" "$0" $silent "$@"; fi
+if [ -z "${DISPLAY:-}" ]; then exec "$(dirname "$0")/../../tests/gui/in_display.sh" "$0" "$@"; fi
 
 own=$(mktemp -d "${TMPDIR:-/tmp}/zelkor-setup-XXXXXX")
-export WINEPREFIX=$own/prefix HOME=$own WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml=" WINEARCH=win64
+export WINEPREFIX=$own/prefix HOME=$own WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml=" WINEARCH=${WINEARCH:-win64}
 leave() {
   status=$?
   wineserver --kill 2>/dev/null || true
@@ -57,31 +51,27 @@ uninstall='Software\Microsoft\Windows\CurrentVersion\Uninstall\Zelkor'
 [ "$(named "$uninstall" DisplayName)" = Zelkor ] || fail "the system's list of programs lacks Zelkor"
 
 # Started from the shortcut it shows its window; the question for the computer's ID is answered by its settings.
-started() {
-  local main status deadline waiting guard
-  printf '[Orlim]\r\nUser=home\r\n' >"$WINEPREFIX/drive_c/windows/orlim.ini"
-  wine start /unix "$shortcut" &
-  main=$(window '^Zelkor! - home')
-  [ -z "${PICTURES:-}" ] || { sleep 2; import -window root "$PICTURES/installed.png"; }
-  [ -e "$folder/zelkor.cfg" ] || fail "the catalogue is not beside the program"
+printf '[Orlim]\r\nUser=home\r\n' >"$WINEPREFIX/drive_c/windows/orlim.ini"
+wine start /unix "$shortcut" &
+main=$(window '^Zelkor! - home')
+[ -z "${PICTURES:-}" ] || { sleep 2; import -window root "$PICTURES/installed.png"; }
+[ -e "$folder/zelkor.cfg" ] || fail "the catalogue is not beside the program"
 
-  # A program that runs is not replaced.
-  status=0
-  wine "$installer" /S '/D=C:\Zelkor' || status=$?
-  [ $status -ne 0 ] || fail "the installer replaced a running program"
+# A program that runs is not replaced.
+status=0
+wine "$installer" /S '/D=C:\Zelkor' || status=$?
+[ $status -ne 0 ] || fail "the installer replaced a running program"
 
-  xdotool windowactivate --sync "$main" key --delay 40 alt+f x
-  deadline=$((SECONDS + 60))
-  while xdotool search --onlyvisible --name '^Zelkor! - home' >/dev/null 2>&1; do
-    [ $SECONDS -lt $deadline ] || fail "the program does not end"
-    sleep 0.2
-  done
-  wineserver --wait & waiting=$!
-  ( sleep 60; kill $waiting 2>/dev/null ) & guard=$!
-  wait $waiting || true
-  kill $guard 2>/dev/null || true
-}
-if [ -z "$silent" ]; then started; else echo "a catalogue" >"$folder/zelkor.cfg"; fi
+xdotool windowactivate --sync "$main" key --delay 40 alt+f x
+deadline=$((SECONDS + 60))
+while xdotool search --onlyvisible --name '^Zelkor! - home' >/dev/null 2>&1; do
+  [ $SECONDS -lt $deadline ] || fail "the program does not end"
+  sleep 0.2
+done
+wineserver --wait & waiting=$!
+( sleep 60; kill $waiting 2>/dev/null ) & guard=$!
+wait $waiting || true
+kill $guard 2>/dev/null || true
 
 # Removed, it leaves the user's files.
 # A copy of the uninstaller goes on when it has returned, so that it can delete itself too.
@@ -97,4 +87,4 @@ done
 [ -e "$folder/zelkor.cfg" ] || fail "the uninstaller took the catalogue"
 [ -z "$(find "$WINEPREFIX/drive_c" -name Zelkor.lnk)" ] || fail "the uninstaller left the shortcut"
 [ "$(default_of 'Software\Classes\.cas')" = Another.Program ] || fail "sync files did not go back to their program"
-if [ -n "$silent" ]; then echo "Installed and removed."; else echo "Installed, started from its shortcut and removed."; fi
+echo "Installed, started from its shortcut and removed."

@@ -197,7 +197,7 @@ Command Computer::MakeCommand(const std::vector<std::string>& arguments, const O
   command.arguments = arguments;
   if (windows) {
     command.arguments.insert(command.arguments.begin(), command.program);
-    command.program = "/usr/bin/wine";
+    command.program = WineProgram("wine");
   }
   for (const auto& [name, value] : variables) command.environment.push_back(name + "=" + value);
   command.directory = options.directory.empty() ? Home() : options.directory;

@@ -54,7 +54,7 @@ class Way {
     const Clock::time_point now = Clock::now();
     while (!line.stalls && !pieces_.empty() && pieces_.front().due <= now && free_ <= now && done < allowed) {
       std::string& bytes = pieces_.front().bytes;
-      std::size_t most = std::min<std::uint64_t>(bytes.size(), allowed - done);
+      auto most = static_cast<std::size_t>(std::min<std::uint64_t>(bytes.size(), allowed - done));
       // A tenth of a second's worth, so that it is slow all the time and not now and then.
       if (line.bytesPerSecond > 0) most = std::min(most, static_cast<std::size_t>(line.bytesPerSecond / 10 + 1));
       const Passed put = SendNow(to_, std::string_view(bytes).substr(0, most));

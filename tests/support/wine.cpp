@@ -14,8 +14,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr const char* kWine = "/usr/bin/wine";
-
 std::string Given(const char* name) {
   const char* value = std::getenv(name);
   return value == nullptr ? std::string() : value;
@@ -51,7 +49,7 @@ class Windows {
   [[nodiscard]] std::map<std::string, std::string> Environment() const {
     std::map<std::string, std::string> variables{
         {"WINEPREFIX", prefix_.string()},
-        {"WINEARCH", "win64"},
+        {"WINEARCH", Given("WINEARCH").empty() ? "win64" : Given("WINEARCH")},
         {"WINEDEBUG", "-all"},
         {"WINEDLLOVERRIDES", "mscoree,mshtml="},
         // Wine wants a home folder, and a locale in whose character set the names of files are.
@@ -59,8 +57,6 @@ class Windows {
         {"PATH", "/usr/bin:/bin"},
         {"LC_ALL", "C.UTF-8"},
     };
-    // Of a Wine whose other parts are elsewhere.
-    if (const std::string libraries = Given("WINEDLLPATH"); !libraries.empty()) variables["WINEDLLPATH"] = libraries;
     // DDE, and timers, need one.
     if (!display_.empty()) variables["DISPLAY"] = display_;
     return variables;
@@ -69,7 +65,7 @@ class Windows {
  private:
   void Run(const std::vector<std::string>& words) const {
     Command command;
-    command.program = "/usr/bin/" + words.front();
+    command.program = WineProgram(words.front());
     command.arguments.assign(words.begin() + 1, words.end());
     for (const auto& [name, value] : Environment()) command.environment.push_back(name + "=" + value);
     static_cast<void>(RunCommand(command));
@@ -95,12 +91,17 @@ class Windows {
 
 }  // namespace
 
+fs::path WineProgram(const std::string& name) {
+  const std::string folder = Given("ZELKOR_WINE");
+  return fs::path(folder.empty() ? "/usr/bin" : folder) / name;
+}
+
 fs::path WindowsProgram(const std::string& name) {
   const std::string build = Given("ZELKOR_TEST_WINDOWS");
   return fs::path(build.empty() ? ZELKOR_WINDOWS_BUILD : build) / name;
 }
 
-bool HasWindowsPrograms() { return fs::exists(kWine) && fs::exists(WindowsProgram("app/zelkor.exe")); }
+bool HasWindowsPrograms() { return fs::exists(WineProgram("wine")) && fs::exists(WindowsProgram("app/zelkor.exe")); }
 
 std::string WindowsPath(const fs::path& path) {
   std::string text = "Z:" + path.string();

@@ -11,6 +11,9 @@ namespace zelkor::tests {
 [[nodiscard]] std::filesystem::path WindowsProgram(const std::string& name);
 [[nodiscard]] bool HasWindowsPrograms();
 
+// A program of Wine's: that of the folder ZELKOR_WINE, or the system's.
+[[nodiscard]] std::filesystem::path WineProgram(const std::string& name);
+
 // A native path as Windows has it: the root is drive Z.
 [[nodiscard]] std::string WindowsPath(const std::filesystem::path& path);
 
