@@ -49,7 +49,7 @@ class ByWindows : public WithDisplay {
   // By the toolbar's first button. A window that has just come up may still be on its way to its place.
   void OpenSynchronisation(const Computer& computer) const {
     EXPECT_TRUE(screen.Until([&] {
-      screen.WaitUntilActive(MainTitle(computer));
+      screen.Activate(MainTitle(computer));
       screen.Click(MainTitle(computer), 18, 45);
       const auto end = std::chrono::steady_clock::now() + kUntilTaken;
       screen.Until([&] { return screen.Has(kSynchronisation) || std::chrono::steady_clock::now() > end; });
