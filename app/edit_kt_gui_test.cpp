@@ -54,7 +54,8 @@ class EditKtTest : public tests::GuiTest {
   EditKt& Open(const std::string& path = "c:\\note.txt") {
     desktop_.EditFile(path);
     EditKt* editor = Editors().back();
-    Until([editor] { return editor->IsActive() && Child(*editor, "Text")->HasFocus(); }, "the editor is active");
+    UntilActive(*editor);
+    Until([editor] { return Child(*editor, "Text")->HasFocus(); }, "the text to have the keyboard");
     return *editor;
   }
   static wxTextCtrl& Box(const EditKt& editor) { return *dynamic_cast<wxTextCtrl*>(Child(editor, "Text")); }

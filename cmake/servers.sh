@@ -8,7 +8,7 @@ cd "$(dirname "$0")/.."
 # What a server needs besides libraries that are always there comes with it.
 case ${1:-} in
   ftp)
-    packages=(vsftpd pure-ftpd libwrap0)
+    packages=(vsftpd pure-ftpd libsodium23 libwrap0)
     folder=build/ftp-servers
     without="what needs a real FTP server will be left out" ;;
   ssh)

@@ -77,7 +77,8 @@ class FrmItemTest : public tests::GuiTest {
   // Shows the first item, and waits until the dialog has the keyboard.
   void Show() {
     editing_->ShowProperties();
-    Until([this] { return form_->IsActive() && Control("Desc")->HasFocus(); }, "the dialog is active");
+    UntilActive(*form_);
+    Until([this] { return Control("Desc")->HasFocus(); }, "the description to have the keyboard");
   }
   [[nodiscard]] wxWindow* Control(const char* name) const { return Child(*form_, name); }
   [[nodiscard]] wxTextCtrl* Box(const char* name) const { return dynamic_cast<wxTextCtrl*>(Control(name)); }
@@ -245,7 +246,7 @@ TEST_F(FrmItemTest, SaysWhyANameCanNotBeUsedWhenTheFieldIsLeft) {
   Access('F', "FileName");
   Box("FileName")->SetValue(wxString::FromUTF8("c:\\\xE6\x97\xA5.txt"));
   Press(WXK_TAB);
-  Until([this] { return !user_.boxes.empty(); });
+  ASSERT_TRUE(Until([this] { return !user_.boxes.empty(); }));
   EXPECT_THAT(user_.boxes[0].text, HasSubstr("outside the code page"));
   EXPECT_EQ(Box("FileName")->GetValue(), wxString::FromUTF8("c:\\\xE6\x97\xA5.txt"));
 }
@@ -276,7 +277,7 @@ TEST_F(FrmItemTest, ListsTheFilesAfterApplying) {
 TEST_F(FrmItemTest, ADoubleClickOnTheCaptionDescriptionShowsTheMemoId) {
   Show();
   DoubleClick(*Control("Description"));
-  Until([this] { return !user_.boxes.empty(); });
+  ASSERT_TRUE(Until([this] { return !user_.boxes.empty(); }));
   EXPECT_EQ(user_.boxes[0].text, "305419896");
   EXPECT_EQ(user_.boxes[0].title, "Memo ID");
 }
@@ -284,7 +285,7 @@ TEST_F(FrmItemTest, ADoubleClickOnTheCaptionDescriptionShowsTheMemoId) {
 TEST_F(FrmItemTest, ShowsTheMemoIdByKeyToo) {
   Show();
   Press('I', wxMOD_CONTROL);
-  Until([this] { return !user_.boxes.empty(); });
+  ASSERT_TRUE(Until([this] { return !user_.boxes.empty(); }));
   EXPECT_EQ(user_.boxes[0].title, "Memo ID");
 }
 

@@ -66,6 +66,7 @@ RealFtpServer::RealFtpServer(const RealFtpOptions& options, fs::path folder)
     fs::permissions(above, fs::perms::group_exec | fs::perms::others_exec, fs::perm_options::add, ignored);
   }
   if (options.tls != Tls::No) MakeCertificate();
+  environment_ = {"LD_LIBRARY_PATH=" + (kUnpacked / "usr/lib/x86_64-linux-gnu").string(), "PATH=/usr/bin:/bin"};
   if (options.kind == Kind::Vsftpd) {
     ConfigureVsftpd(options);
   } else {
@@ -131,8 +132,6 @@ void RealFtpServer::ConfigureVsftpd(const RealFtpOptions& options) {
   }
   Write(folder_ / "vsftpd.conf", text);
   command_ = {Find("vsftpd").string(), (folder_ / "vsftpd.conf").string()};
-  const std::string libraries = (kUnpacked / "usr/lib/x86_64-linux-gnu").string();
-  environment_ = {"LD_LIBRARY_PATH=" + libraries, "PATH=/usr/bin:/bin"};
 }
 
 void RealFtpServer::ConfigurePureFtpd(const RealFtpOptions& options) {
@@ -149,7 +148,8 @@ void RealFtpServer::ConfigurePureFtpd(const RealFtpOptions& options) {
                                "::::" + (megabytes.empty() ? "" : "1000") + ":" + megabytes + "::::::\n");
   const Outcome made =
       RunCommand({.program = Find("pure-pw"),
-                  .arguments = {"mkdb", (folder_ / "users.pdb").string(), "-f", (folder_ / "users").string()}});
+                  .arguments = {"mkdb", (folder_ / "users.pdb").string(), "-f", (folder_ / "users").string()},
+                  .environment = environment_});
   if (made.status != 0) throw std::runtime_error("no users: " + made.err);
   if (chown(Files().c_str(), kNobody, kNobody) != 0) throw std::runtime_error("the users' folder stays root's");
   command_ = {Find("pure-ftpd").string(), "-l", "puredb:" + (folder_ / "users.pdb").string(), "-E", "-A", "-u", "1"};
@@ -157,7 +157,6 @@ void RealFtpServer::ConfigurePureFtpd(const RealFtpOptions& options) {
     command_.insert(command_.end(),
                     {"-Y", options.tls == Tls::Demanded ? "2" : "1", "-2", (folder_ / "both.pem").string()});
   }
-  environment_ = {"PATH=/usr/bin:/bin"};
 }
 
 void RealFtpServer::Accept() {

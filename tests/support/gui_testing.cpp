@@ -187,6 +187,10 @@ std::size_t GuiTest::StillExpected() { return watch->expected.size(); }
 void GuiTest::ShowActive(wxTopLevelWindow& window) {
   window.Show();
   window.Raise();
+  UntilActive(window);
+}
+
+void GuiTest::UntilActive(wxTopLevelWindow& window) {
   Until([&] { return window.IsShownOnScreen() && native::IsActive(window.GetHandle()); }, "the window to be active");
   Settle();
 }

@@ -58,6 +58,8 @@ class GuiTest : public Sandbox {
 
   // Shows a window and waits until it is active, so that keys reach it.
   static void ShowActive(wxTopLevelWindow& window);
+  // Waits until the window manager has given it the keyboard.
+  static void UntilActive(wxTopLevelWindow& window);
   static void Type(const char* ascii);
   static void Press(int key, int modifiers = wxMOD_NONE);
   // Opens a menu of the bar by its access key and presses the keys after it, of which the last one chooses.
