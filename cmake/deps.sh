@@ -26,7 +26,7 @@ for job in "$@"; do
     deb) packages="$packages $build $pictures debhelper dpkg-dev lintian" ;;
     test | bench)
       # tar, cp and sync are essential packages; mount and mkfs.ext4 are used only when root runs the benchmarks.
-      packages="$packages $build gcc python3 rsync unison openssh-client openssl iproute2 $display $pictures $validators"
+      packages="$packages $build gcc python3 rsync unison openssh-client openssl iproute2 locales $display $pictures $validators"
       [ "$job" = test ] || packages="$packages e2fsprogs mount"
       ;;
     windows) packages="$packages $windows" ;;
