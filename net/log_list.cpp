@@ -18,9 +18,7 @@ LogList::LogList(wxWindow* parent)
   });
   // The list itself can not extend a selection that was not made by a key or a click.
   Bind(wxEVT_KEY_DOWN, &LogList::List_KeyDown, this);
-  for (wxWindow* part : GetChildren()) {
-    part->Bind(wxEVT_LEFT_DOWN, [this, part](wxMouseEvent& event) { List_LeftDown(event, *part); });
-  }
+  Bind(wxEVT_LEFT_DOWN, &LogList::List_LeftDown, this);
 }
 
 std::optional<long> LogList::PlaceAfter(const wxKeyEvent& key) const {
@@ -52,9 +50,9 @@ void LogList::List_KeyDown(wxKeyEvent& key) {
   }
 }
 
-void LogList::List_LeftDown(wxMouseEvent& event, const wxWindow& part) {
+void LogList::List_LeftDown(wxMouseEvent& event) {
   int where = 0;
-  const long row = HitTest(ScreenToClient(part.ClientToScreen(event.GetPosition())), where);
+  const long row = HitTest(event.GetPosition(), where);
   if (event.ShiftDown() && row >= 0) {
     SetFocus();
     ExtendTo(row);

@@ -28,7 +28,7 @@ class LogList : public wxListView {
   // The line that the key leads to; nothing for any other key.
   [[nodiscard]] std::optional<long> PlaceAfter(const wxKeyEvent& key) const;
   void List_KeyDown(wxKeyEvent& key);
-  void List_LeftDown(wxMouseEvent& event, const wxWindow& part);
+  void List_LeftDown(wxMouseEvent& event);
   void ExtendTo(long row);
   void DeselectAll();
   void FitColumn();

@@ -137,8 +137,13 @@ void LogWindow::ShowMenu() {
 void LogWindow::Form_Activate(wxActivateEvent& event) {
   event.Skip();
   if (!event.GetActive()) return;
-  // Raising would show a window that has been closed meanwhile.
-  if (parent_.IsShown() && lib::Stopwatch() < keyboardGoesBackUntil_) parent_.Raise();
+  if (lib::Stopwatch() < keyboardGoesBackUntil_) {
+    // Once the system is done with this activation, which would win otherwise.
+    CallAfter([this] {
+      // Raising would show a window that has been closed meanwhile.
+      if (parent_.IsShown()) parent_.Raise();
+    });
+  }
   keyboardGoesBackUntil_ = 0;
 }
 

@@ -217,11 +217,11 @@ TEST_F(SyncRun, DuringARunItsCommandsAreDisabledAndThenComeBack) {
 TEST_F(SyncRun, SelectingATargetIsIgnoredDuringARun) {
   Open();
   BeginRun();
-  Click(List().GetScreenPosition() + wxPoint(30, 35));  // the second entry
+  Click(PlaceOfTarget(1));
   EXPECT_EQ(List().GetSelection(), 0);
   EXPECT_EQ(Connections().GetStringSelection(), "File");
   EndRun();
-  Click(List().GetScreenPosition() + wxPoint(30, 35));
+  Click(PlaceOfTarget(1));
   EXPECT_TRUE(Until([&] { return Connections().GetStringSelection() == "FTP"; }));
 }
 

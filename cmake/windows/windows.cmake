@@ -67,12 +67,10 @@ set(ZELKOR_WINDOWS_app_gui_test
   MwPlace.ShowsItsStatusLineAboveThePanelsOfTheDesktopAtFirst
   MwTray.WithoutATrayTheWindowStaysAndTheStatusLineSaysSo
   MwSpeed.FillsTheListInUnder300MillisecondsInEveryView)
-# Paths of Linux, and places of rows as they stand there. Wine's choice of a folder takes neither a title nor a typed path,
-# and the access key of a caption does not lead to the control behind it. How fast Wine adds lines says nothing either.
+# Paths of Linux. Wine's choice of a folder takes neither a title nor a typed path, and the access key of a caption does
+# not lead to the control behind it. How fast Wine adds lines says nothing either.
 set(ZELKOR_WINDOWS_net_gui_test
   -SyncWindow.ANativeFolderBecomesOneOfTheProgramWhenItsBoxIsLeft
-  SyncRun.SelectingATargetIsIgnoredDuringARun
-  LogWindowTest.SelectsAStretchWithTheMouse
   SyncWindow.BrowsingCancelledLeavesTheFolder
   SyncWindow.BrowsingTakesThePickedFolder
   SyncWindow.EveryControlHasItsAccessKey

@@ -169,7 +169,11 @@ std::vector<void*> ModalWindows() {
 
 bool IsActive(void* window) { return GetForegroundWindow() == Handle(window); }
 
-bool NewWindowsGetTheKeyboard() { return false; }
+bool NewWindowsGetTheKeyboard() {
+  // Windows does not. Under Wine it is the display's window manager that decides.
+  HMODULE system = GetModuleHandleW(L"ntdll.dll");
+  return system != nullptr && GetProcAddress(system, "wine_get_version") != nullptr;
+}
 
 bool IsOnScreen(void* window) { return IsWindowVisible(Handle(window)) != 0; }
 

@@ -111,6 +111,17 @@ class SyncWindowFixture : public Office<GuiTest, app::WindowUser> {
     Press(index == 0 ? WXK_HOME : WXK_END);
     ASSERT_TRUE(Until([&] { return List().GetSelection() == index; }));
   }
+  // The middle of a target's entry, on the screen.
+  [[nodiscard]] wxPoint PlaceOfTarget(int index) const {
+    const wxSize size = List().GetClientSize();
+    const int x = size.GetWidth() / 2;
+    int top = 0;
+    while (top < size.GetHeight() && List().HitTest(x, top) != index) ++top;
+    int bottom = top;
+    while (bottom < size.GetHeight() && List().HitTest(x, bottom) == index) ++bottom;
+    EXPECT_LT(top, bottom) << "entry " << index << " is not to be seen";
+    return List().ClientToScreen(wxPoint(x, (top + bottom) / 2));
+  }
   // Replaces a box's text as somebody types it.
   void Fill(const char* caption, const char* text) {
     Click(Box(caption));
