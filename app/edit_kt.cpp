@@ -9,6 +9,7 @@
 
 #include "app/find_text.h"
 #include "app/form_placement.h"
+#include "lib/gui/icons.h"
 #include "lib/gui/placement.h"
 #include "lib/gui/text.h"
 #include "lib/settings.h"
@@ -31,6 +32,7 @@ constexpr int kFindPrevious = wxID_HIGHEST + 2;
 EditKt::EditKt(wxWindow* parent, lib::User& user, const std::string& fileName,
                std::function<void(const std::string& fileName)> saved)
     : wxFrame(parent, wxID_ANY, "Edit"), user_(user), text_(fileName), saved_(std::move(saved)) {
+  SetIcons(lib::ProgramIcons());
   MakeMenus();
   Text = new wxTextCtrl(this, wxID_ANY, {}, wxDefaultPosition, wxDefaultSize,
                         wxTE_MULTILINE | wxTE_DONTWRAP | wxTE_PROCESS_TAB | wxTE_RICH2 | wxBORDER_NONE);

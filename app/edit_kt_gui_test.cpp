@@ -92,6 +92,8 @@ TEST_F(EditKtTest, ShowsTheFileUnderItsName) {
   Screenshot("editor");
 }
 
+TEST_F(EditKtTest, ShowsTheProgramsIcon) { EXPECT_FALSE(Open().GetIcons().IsEmpty()); }
+
 TEST_F(EditKtTest, HasAFileMenuWithSaveAndExit) {
   const EditKt& editor = Open();
   ASSERT_EQ(editor.GetMenuBar()->GetMenuCount(), 2U);

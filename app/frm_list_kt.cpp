@@ -8,6 +8,7 @@
 
 #include "app/form_placement.h"
 #include "app/list_editing.h"
+#include "lib/gui/icons.h"
 #include "lib/gui/placement.h"
 #include "lib/gui/text.h"
 
@@ -18,6 +19,7 @@ frmListKt::frmListKt(wxWindow* parent, lib::ListDialog& dialog, lib::User& user)
                wxDEFAULT_DIALOG_STYLE | wxRESIZE_BORDER),
       dialog_(dialog),
       user_(user) {
+  SetIcons(lib::ProgramIcons());
   const int gap = FromDIP(8);
   auto* all = new wxBoxSizer(wxVERTICAL);
   if ((dialog_.options & lib::kListLabel) != 0 && !dialog_.label.empty()) {

@@ -86,6 +86,7 @@ TEST_F(FrmListKtTest, ShowsTitleLabelAndEntriesWithoutASelection) {
     EXPECT_NE(Child(window, "Extensions of files that open in the text editor:"), nullptr);
     EXPECT_THAT(Shown(window), ElementsAre("txt", "ini", "R&D"));
     EXPECT_EQ(List(window).GetSelection(), wxNOT_FOUND);
+    EXPECT_FALSE(window.GetIcons().IsEmpty());
     Screenshot("list");
     Click(*Child(window, "OK"));
   });

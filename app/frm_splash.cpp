@@ -43,6 +43,7 @@ constexpr const char* kLicence =
 frmSplash::frmSplash(wxWindow* parent)
     : wxDialog(parent, wxID_ANY, "About Zelkor!", wxDefaultPosition, wxDefaultSize,
                wxDEFAULT_DIALOG_STYLE | wxRESIZE_BORDER) {
+  SetIcons(lib::ProgramIcons());
   const int gap = FromDIP(12);
   auto* picture = new wxStaticBitmap(this, wxID_ANY, lib::Picture(lib::kProgramIcon, kPicturePixels));
   auto* name = new wxStaticText(this, wxID_ANY, "Zelkor!");

@@ -3,6 +3,7 @@
 #include <wx/accel.h>
 #include <wx/sizer.h>
 
+#include "lib/gui/icons.h"
 #include "lib/gui/placement.h"
 #include "lib/gui/text.h"
 
@@ -35,6 +36,7 @@ frmItem::frmItem(wxWindow* parent, ItemEditing& editing)
     : wxDialog(parent, wxID_ANY, "Item - []", wxDefaultPosition, wxDefaultSize,
                wxDEFAULT_DIALOG_STYLE | wxRESIZE_BORDER),
       editing_(editing) {
+  SetIcons(lib::ProgramIcons());
   MakeControls();
 
   for (wxTextCtrl* box : {Desc, Code, FileName}) {

@@ -119,6 +119,8 @@ TEST_F(FrmItemTest, ShowsTheItem) {
   Screenshot("item");
 }
 
+TEST_F(FrmItemTest, ShowsTheProgramsIcon) { EXPECT_FALSE(form_->GetIcons().IsEmpty()); }
+
 TEST_F(FrmItemTest, OffersTheChoicesInTheOrderOfTheirNumbers) {
   const auto choices = [this](const char* name) {
     std::vector<std::string> texts;
