@@ -148,8 +148,9 @@ class Talker {
                                nullptr, 0, XTYP_EXECUTE, kPatienceMs, &result);
       Wipe(text);
       Wipe(bytes);
-      // A server that went without a farewell shows only so.
-      if (done == nullptr) {
+      // A server that went without a farewell shows only so. One that refuses the words ends the conversation itself;
+      // and Wine takes what the server says meanwhile for a refusal, although it has got the words.
+      if (done == nullptr && DdeGetLastError(instance_) != DMLERR_NOTPROCESSED) {
         if (talk_ != nullptr) DdeDisconnect(talk_);
         Closed();
       }
