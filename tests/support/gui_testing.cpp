@@ -36,6 +36,16 @@ void ServeEvents() {
   native::ServeIdle();
 }
 
+// Serves every event that is on its way.
+void ServeAll() {
+  // Our events go to the X server and come back; what they cause may cause more.
+  for (int round = 0; round < 5; ++round) {
+    native::ServerRoundTrip();
+    do ServeEvents();
+    while (wxEventLoopBase::GetActive()->Pending());
+  }
+}
+
 // Keys that move through a menu and leave it open.
 bool Moves(int key) {
   constexpr std::array kKeys{WXK_UP, WXK_DOWN, WXK_LEFT, WXK_RIGHT, WXK_HOME, WXK_END};
@@ -141,9 +151,11 @@ wxTopLevelWindow* ShownModal::Window() const {
 }
 
 void ShownModal::Click(const std::string& button) const {
+  ServeAll();  // the window manager may still be placing it
   for (const native::Button& shown : native::Buttons(native_)) {
     if (shown.caption != button) continue;
     wxUIActionSimulator().MouseMove(shown.centre);
+    ServeAll();
     ClickOnce(shown.centre);
     return;
   }
@@ -172,14 +184,7 @@ bool GuiTest::Until(const std::function<bool()>& condition, const std::string& w
   return true;
 }
 
-void GuiTest::Settle() {
-  // Our events go to the X server and come back; what they cause may cause more.
-  for (int round = 0; round < 5; ++round) {
-    native::ServerRoundTrip();
-    do ServeEvents();
-    while (wxEventLoopBase::GetActive()->Pending());
-  }
-}
+void GuiTest::Settle() { ServeAll(); }
 
 void GuiTest::Expect(std::function<void(ShownModal&)> answer) { watch->expected.push_back(std::move(answer)); }
 std::size_t GuiTest::StillExpected() { return watch->expected.size(); }

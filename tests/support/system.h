@@ -24,6 +24,9 @@ void LeaveZone();
 // The mode of a file: 0600 and the like. Only where files have modes.
 [[nodiscard]] unsigned ModeOf(const std::filesystem::path& path);
 
+// What the processors have worked for this process so far.
+[[nodiscard]] std::chrono::duration<double, std::milli> ProcessorTime();
+
 // Bytes of memory that this process holds.
 [[nodiscard]] std::size_t MemoryInUse();
 

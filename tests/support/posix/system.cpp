@@ -1,5 +1,6 @@
 #include "tests/support/system.h"
 
+#include <ctime>
 #include <fstream>
 #include <stdlib.h>  // NOLINT(modernize-deprecated-headers): setenv, mkdtemp
 #include <sys/stat.h>
@@ -29,6 +30,10 @@ std::chrono::milliseconds LinkPatience() { return std::chrono::milliseconds(400)
 
 unsigned ModeOf(const std::filesystem::path& path) {
   return static_cast<unsigned>(std::filesystem::status(path).permissions());
+}
+
+std::chrono::duration<double, std::milli> ProcessorTime() {
+  return std::chrono::duration<double>(static_cast<double>(std::clock()) / CLOCKS_PER_SEC);
 }
 
 std::size_t MemoryInUse() {

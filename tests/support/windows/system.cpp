@@ -1,6 +1,7 @@
 #include "tests/support/system.h"
 
 #include <array>
+#include <cstdint>
 #include <fstream>
 #include <random>
 #include <stdlib.h>  // NOLINT(modernize-deprecated-headers): _putenv_s
@@ -26,6 +27,20 @@ bool HasUnnamedFiles() { return false; }
 std::chrono::milliseconds LinkPatience() { return std::chrono::milliseconds(5000); }
 
 unsigned ModeOf(const fs::path& /*path*/) { return 0; }
+
+// The clock function of this system's C library counts the time of day.
+std::chrono::duration<double, std::milli> ProcessorTime() {
+  FILETIME begun{};
+  FILETIME ended{};
+  FILETIME kernel{};
+  FILETIME user{};
+  GetProcessTimes(GetCurrentProcess(), &begun, &ended, &kernel, &user);
+  std::uint64_t ticks = 0;  // of 100 nanoseconds
+  for (const FILETIME& part : {kernel, user}) {
+    ticks += static_cast<std::uint64_t>(part.dwHighDateTime) << 32 | part.dwLowDateTime;
+  }
+  return std::chrono::duration<double, std::ratio<1, 10'000'000>>(static_cast<double>(ticks));
+}
 
 std::size_t MemoryInUse() {
   PROCESS_MEMORY_COUNTERS counters{};
