@@ -123,10 +123,12 @@ format-check:
 	@cmake/deps.sh format
 	@clang-format --dry-run -Werror $(SOURCES)
 
-# clang cannot read the headers that gcc precompiled, so this build folder goes without them.
+# clang cannot read the headers that gcc precompiled, so this build folder goes without them, and every source stands for
+# itself.
 tidy:
 	@cmake/deps.sh tidy
-	@cmake -S . -B build/tidy -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON >/dev/null
+	@cmake -S . -B build/tidy -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON \
+	  -DZELKOR_UNITY_TESTS=OFF >/dev/null
 	@cmake/windows/compile_commands.sh build/tidy-windows
 	@cmake/tidy.sh $(JOBS) build/tidy build/tidy-windows
 

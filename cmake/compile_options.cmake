@@ -12,7 +12,8 @@ target_compile_options(zelkor_options INTERFACE
   $<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess>)
 if(ZELKOR_SANITIZE)
   target_compile_options(zelkor_options INTERFACE
-    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer -O1 -g1)
+    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer -g1
+    $<$<NOT:$<BOOL:$<TARGET_PROPERTY:ZELKOR_TEST>>>:-O1>)
   target_link_options(zelkor_options INTERFACE -fsanitize=address,undefined)
 endif()
 if(ZELKOR_FUZZ)

@@ -3,7 +3,7 @@ function(zelkor_module name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;USES")
   add_library(zelkor_${name} STATIC ${arg_SOURCES})
   target_link_libraries(zelkor_${name} PUBLIC zelkor_options ${arg_USES})
-  target_precompile_headers(zelkor_${name} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/precompiled.h)
+  target_precompile_headers(zelkor_${name} REUSE_FROM zelkor_precompiled)
 endfunction()
 
 # An error when a source of this folder that matches the pattern, and not the exception (a regular expression, may be
@@ -52,6 +52,18 @@ function(zelkor_register_tests name seconds)
   endif()
 endfunction()
 
+# zelkor_compile_tests(NAME PRECOMPILED): how the sources of a test program are compiled: with that header, and several at
+# once, since the templates of the test framework, which most of the time goes into, are then made once for all of them.
+# What includes the system's headers, with their macros, stays by itself.
+function(zelkor_compile_tests name precompiled)
+  zelkor_compile_as_test(${name})
+  target_precompile_headers(${name} REUSE_FROM zelkor_${precompiled})
+  set_target_properties(${name} PROPERTIES UNITY_BUILD ${ZELKOR_UNITY_TESTS} UNITY_BUILD_BATCH_SIZE 5)
+  get_target_property(sources ${name} SOURCES)
+  list(FILTER sources INCLUDE REGEX "^windows/")
+  set_source_files_properties(${sources} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+endfunction()
+
 # zelkor_tests(NAME SOURCES … USES …): a test program `NAME`, each of its tests known to ctest.
 function(zelkor_tests name)
   if(NOT BUILD_TESTING)
@@ -67,26 +79,16 @@ function(zelkor_tests name)
   zelkor_all_listed("*_test.cpp" "${not_here}" "${arg_SOURCES}")
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_USES} zelkor_test_system GTest::gmock GTest::gtest_main)
-  # The time goes into what is tested; more than this only takes longer to compile.
-  target_compile_options(${name} PRIVATE -O1)
-  target_precompile_headers(${name} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/precompiled_test.h)
+  zelkor_compile_tests(${name} precompiled_test)
   zelkor_register_tests(${name} 300)
 endfunction()
-
-# The widget toolkit, whose headers' warnings are not ours.
-find_package(wxWidgets 3.2 REQUIRED COMPONENTS core base)
-add_library(zelkor_wx INTERFACE)
-target_include_directories(zelkor_wx SYSTEM INTERFACE ${wxWidgets_INCLUDE_DIRS})
-target_compile_definitions(zelkor_wx INTERFACE ${wxWidgets_DEFINITIONS})
-target_compile_options(zelkor_wx INTERFACE ${wxWidgets_CXX_FLAGS})
-target_link_libraries(zelkor_wx INTERFACE ${wxWidgets_LIBRARIES})
 
 # zelkor_forms(NAME SOURCES … USES …): a static library `zelkor_NAME` of windows.
 function(zelkor_forms name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;USES")
   add_library(zelkor_${name} STATIC ${arg_SOURCES})
   target_link_libraries(zelkor_${name} PUBLIC zelkor_options ${arg_USES} zelkor_wx)
-  target_precompile_headers(zelkor_${name} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/precompiled_forms.h)
+  target_precompile_headers(zelkor_${name} REUSE_FROM zelkor_precompiled_forms)
 endfunction()
 
 # zelkor_gui_tests(NAME SOURCES … USES …): a test program of windows; each of its tests runs in a display of its own.
@@ -102,8 +104,7 @@ function(zelkor_gui_tests name)
   endif()
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_USES} zelkor_gui_test_support zelkor_test_system GTest::gmock)
-  target_compile_options(${name} PRIVATE -O1)
-  target_precompile_headers(${name} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/precompiled_gui_test.h)
+  zelkor_compile_tests(${name} precompiled_gui_test)
   if(NOT WIN32)
     set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR ${PROJECT_SOURCE_DIR}/tests/gui/in_display.sh)
   endif()

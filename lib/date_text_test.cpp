@@ -7,15 +7,11 @@
 #include <string>
 
 #include "lib/date.h"
+#include "lib/date_fixture.h"
 #include "lib/format.h"
 
 namespace zelkor::lib {
 namespace {
-
-Date DateOf(int year, int month, int day, int hour = 0, int minute = 0, int second = 0) {
-  return FromCalendar({.year = year, .month = month, .day = day, .hour = hour, .minute = minute, .second = second})
-      .value();
-}
 
 TEST(GeneralDate, ReadsAsInTheCLocaleAtTheStart) {
   EXPECT_EQ(GeneralDate(DateOf(2026, 11, 21, 14, 15, 37)), "11/21/2026 2:15:37 PM");

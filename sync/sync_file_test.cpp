@@ -2,15 +2,16 @@
 
 #include <string>
 
+#include "tests/support/bytes.h"
+
 namespace zelkor::sync {
 namespace {
 
-std::string Bytes(const auto& record) { return {record.Bytes().begin(), record.Bytes().end()}; }
-std::string Zeros(std::size_t count) { return std::string(count, '\0'); }
-std::string Blanks(std::size_t count) { return std::string(count, ' '); }
+using tests::kMidday;
+using tests::Zeros;
 
-// 46000.5, midday of 9 December 2025, as an IEEE double: 46000.5 = 0x40E6760_10 00000000.
-const std::string kMidday("\x00\x00\x00\x00\x10\x76\xE6\x40", 8);
+std::string Bytes(const auto& record) { return {record.Bytes().begin(), record.Bytes().end()}; }
+std::string Blanks(std::size_t count) { return std::string(count, ' '); }
 
 TEST(SyncFileHeader, StandsOnDiskAsTheTableSays) {
   EXPECT_EQ(Bytes(MakeSyncFileHeader("office", 46000.5)), "office  " + kMidday + std::string("\xC8\x00", 2) +

@@ -5,12 +5,15 @@
 #include "lib/clock.h"
 #include "lib/file_times.h"
 #include "sync/sync_reader.h"
+#include "tests/support/bytes.h"
 #include "tests/support/sandbox.h"
 
 namespace zelkor::sync {
 namespace {
 
-std::string Zeros(std::size_t count) { return std::string(count, '\0'); }
+using tests::kMidday;
+using tests::Zeros;
+
 std::string Padded(std::string text, std::size_t width) {
   text.resize(width, ' ');
   return text;
@@ -20,8 +23,6 @@ std::string Little(std::int64_t value, int width) {
   for (int i = 0; i < width; ++i) bytes.push_back(static_cast<char>(value >> (8 * i) & 0xFF));
   return bytes;
 }
-// Midday of 9 December 2025.
-const std::string kMidday("\x00\x00\x00\x00\x10\x76\xE6\x40", 8);
 
 class Writer : public tests::Sandbox {
  protected:

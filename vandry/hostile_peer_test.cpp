@@ -10,8 +10,6 @@ namespace {
 
 using std::string_literals::operator""s;
 
-const std::string kSomeHash(64, 'a');
-
 TEST_F(HostilePeerTest, WithoutAPairingIsTurnedAway) {
   Open(office);
   const auto stranger = Raw(lap);

@@ -18,6 +18,9 @@
 
 namespace zelkor::vandry {
 
+// Of the right length, and of no content that a test sends.
+inline const std::string kSomeHash(64, 'a');
+
 // Somebody with a key who says whatever a test wants.
 class RawPeer {
  public:

@@ -7,8 +7,6 @@ namespace {
 
 using std::string_literals::operator""s;
 
-const std::string kSomeHash(64, 'a');
-
 class HostileSenderTest : public HostilePeerTest {
  protected:
   // An offer of 7 bytes that the program has taken: now they may come.

@@ -24,7 +24,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;
-using Kind = ChannelEvent::Kind;
+using EventKind = ChannelEvent::Kind;
 
 constexpr milliseconds kLong{30'000};
 
@@ -71,7 +71,7 @@ class ProgramTest : public tests::Sandbox {
         [&] {
           client->Turn(milliseconds{1});
           do event = client->Next();
-          while (event && event->kind == Kind::Progress);
+          while (event && event->kind == EventKind::Progress);
           return event.has_value();
         },
         kLong);
@@ -83,7 +83,7 @@ class ProgramTest : public tests::Sandbox {
   void Take(std::uint32_t number, const std::string& command) {
     Execute(number, command);
     const ChannelEvent taken = Next();
-    EXPECT_EQ(taken.kind, Kind::Taken);
+    EXPECT_EQ(taken.kind, EventKind::Taken);
     EXPECT_EQ(taken.number, number);
   }
   std::string Ask(std::uint32_t number, const std::string& command) {
@@ -92,13 +92,13 @@ class ProgramTest : public tests::Sandbox {
   }
   std::string Reply(std::uint32_t number) {
     const ChannelEvent reply = Next();
-    EXPECT_EQ(reply.kind, Kind::Reply);
+    EXPECT_EQ(reply.kind, EventKind::Reply);
     EXPECT_EQ(reply.number, number);
     return reply.text;
   }
   std::string Pushed() {
     const ChannelEvent push = Next();
-    EXPECT_EQ(push.kind, Kind::Push);
+    EXPECT_EQ(push.kind, EventKind::Push);
     lastPush = push.number;
     return push.text;
   }
@@ -199,8 +199,8 @@ TEST_F(ProgramTest, CopiesAFileFromAnotherFileSystem) {
   Connect();
   Execute(1, "NetFileSend host office lap " + OnDriveZ(folder / "sync.tmp"));
   ChannelEvent event = Next();
-  while (event.kind == Kind::Working) event = Next();
-  EXPECT_EQ(event.kind, Kind::Taken);
+  while (event.kind == EventKind::Working) event = Next();
+  EXPECT_EQ(event.kind, EventKind::Taken);
   EXPECT_FALSE(fs::exists(folder / "sync.tmp"));
   ASSERT_THAT(peers->files, SizeIs(1));
   EXPECT_EQ(lib::ReadSmallFile(peers->files[0].path, 4'000'000).Value(), content);
@@ -286,7 +286,7 @@ TEST_F(ProgramTest, ShowsHowFarAFileIs) {
       [&] {
         client->Turn(milliseconds{1});
         const std::optional<ChannelEvent> event = client->Next();
-        if (event && event->kind == Kind::Progress) shown = event->text;
+        if (event && event->kind == EventKind::Progress) shown = event->text;
         return !shown.empty();
       },
       kLong));

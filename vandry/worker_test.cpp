@@ -9,7 +9,7 @@ namespace zelkor::vandry {
 namespace {
 
 using std::chrono::milliseconds;
-constexpr milliseconds kLong{30'000};
+constexpr milliseconds kEnough{30'000};
 
 class WorkersTest : public testing::Test {
  protected:
@@ -31,10 +31,10 @@ TEST_F(WorkersTest, DoTheWorkElsewhereAndTellTheLoopInOrder) {
       });
     }
   });
-  ASSERT_TRUE(loop.RunUntil([&] { return told.size() == 100; }, kLong));
+  ASSERT_TRUE(loop.RunUntil([&] { return told.size() == 100; }, kEnough));
   EXPECT_NE(there, here);
   for (int i = 0; i < 100; ++i) EXPECT_EQ(told[static_cast<std::size_t>(i)], i);
-  EXPECT_TRUE(workers.Finish(kLong));
+  EXPECT_TRUE(workers.Finish(kEnough));
 }
 
 TEST_F(WorkersTest, TellNothingOfAJobThatIsGone) {
@@ -49,19 +49,19 @@ TEST_F(WorkersTest, TellNothingOfAJobThatIsGone) {
   }
   bool turned = false;
   loop.Post([&] { turned = true; });
-  EXPECT_TRUE(loop.RunUntil([&] { return turned; }, kLong));
+  EXPECT_TRUE(loop.RunUntil([&] { return turned; }, kEnough));
   EXPECT_FALSE(told);
 }
 
 TEST_F(WorkersTest, WakeASleeperThatIsNoLongerWanted) {
   std::atomic<int> outcome = -1;
   Workers::Job job = workers.Start([&](WorkerPort& port) {
-    const bool slept = port.Sleep(kLong);
+    const bool slept = port.Sleep(kEnough);
     outcome = slept ? 1 : 0;
     EXPECT_TRUE(port.Stopped());
   });
   job.Stop();
-  EXPECT_TRUE(workers.Finish(kLong));
+  EXPECT_TRUE(workers.Finish(kEnough));
   EXPECT_EQ(outcome, 0);
 }
 
@@ -73,7 +73,7 @@ TEST_F(WorkersTest, LetASleeperSleep) {
     const bool longEnough = std::chrono::steady_clock::now() - start >= milliseconds{20};
     port.Post([&slept, whole, longEnough] { slept = whole && longEnough; });
   });
-  EXPECT_TRUE(loop.RunUntil([&] { return slept; }, kLong));
+  EXPECT_TRUE(loop.RunUntil([&] { return slept; }, kEnough));
 }
 
 TEST_F(WorkersTest, SayThatSomethingGoesOn) {

@@ -6,13 +6,10 @@
 #include <stdlib.h>  // NOLINT(modernize-deprecated-headers): setenv
 #include <time.h>    // NOLINT(modernize-deprecated-headers): tzset
 
+#include "lib/date_fixture.h"
+
 namespace zelkor::lib {
 namespace {
-
-Date DateOf(int year, int month, int day, int hour, int minute, int second) {
-  return FromCalendar({.year = year, .month = month, .day = day, .hour = hour, .minute = minute, .second = second})
-      .value();
-}
 
 // The computer stands in a time zone of the test's choice. Offsets and changes: IANA time zone database.
 class Clock : public testing::Test {

@@ -9,6 +9,7 @@
 #include <sys/xattr.h>
 #include <time.h>  // NOLINT(modernize-deprecated-headers): tzset
 
+#include "lib/date_fixture.h"
 #include "lib/files.h"
 #include "tests/support/sandbox.h"
 
@@ -19,11 +20,6 @@ constexpr const char* kCreatedAttribute = "user.zelkor.created";
 // 4 March 2021 10:20:30 UTC and 4 July 2021 10:20:30 UTC.
 constexpr std::int64_t kMarch = 1614853230;
 constexpr std::int64_t kJuly = 1625394030;
-
-Date DateOf(int year, int month, int day, int hour, int minute, int second) {
-  return FromCalendar({.year = year, .month = month, .day = day, .hour = hour, .minute = minute, .second = second})
-      .value();
-}
 
 class FileTimes : public tests::Sandbox {
  protected:

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "lib/date.h"
+#include "lib/date_fixture.h"
 #include "lib/format.h"
 
 // Up to 2.36 at least, glibc's newlocale does not free the list that it makes of LOCPATH; nobody but a test sets that.
@@ -15,11 +16,6 @@ extern "C" const char* __lsan_default_suppressions() {  // NOLINT(bugprone-reser
 
 namespace zelkor::lib {
 namespace {
-
-Date DateOf(int year, int month, int day, int hour = 0, int minute = 0, int second = 0) {
-  return FromCalendar({.year = year, .month = month, .day = day, .hour = hour, .minute = minute, .second = second})
-      .value();
-}
 
 // Locales compiled into a folder of the test; the C locale is in force again afterwards.
 class LocaleDates : public testing::Test {

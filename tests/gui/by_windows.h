@@ -13,7 +13,6 @@ namespace zelkor::tests {
 
 class ByWindows : public WithDisplay {
  protected:
-  static constexpr const char* kBox = "Zelkor";
   static constexpr const char* kSynchronisation = "Synchronisation";
   static constexpr const char* kLog = "Sync Log";
   // For a key before it counts as lost.

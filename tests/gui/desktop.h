@@ -6,6 +6,9 @@
 
 namespace zelkor::tests {
 
+// The title of every box that asks or tells something.
+inline constexpr const char* kBox = "Zelkor";
+
 // Computers as somebody gets them: without settings, database and targets.
 class WithDisplay : public testing::Test {
  protected:

@@ -5,8 +5,6 @@
 namespace zelkor::tests {
 namespace {
 
-constexpr const char* kBox = "Zelkor";
-
 class ErrorsWithWindows : public TwoDesktops {
  protected:
   [[nodiscard]] std::filesystem::path ItemFile() const { return office.Program() / "zelkor.ind"; }

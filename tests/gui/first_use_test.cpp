@@ -11,7 +11,6 @@ constexpr std::time_t kSecondWritten = 1'650'000'059;
 constexpr std::time_t kPrivateWritten = 1'710'000'000;
 
 constexpr const char* kNew = "Item - [Untitled]";
-constexpr const char* kBox = "Zelkor";
 constexpr const char* kSynchronisation = "Synchronisation";
 constexpr const char* kLog = "Sync Log";
 

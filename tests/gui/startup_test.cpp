@@ -8,7 +8,6 @@ namespace zelkor::tests {
 namespace {
 
 constexpr std::time_t kWritten = 1'700'000'000;
-constexpr const char* kBox = "Zelkor";
 
 class StartWithWindows : public TwoDesktops {
  protected:

@@ -52,6 +52,10 @@ inline std::string TakeText(std::string_view bytes, std::size_t offset, std::siz
   return text.substr(first, text.find_last_not_of(' ') - first + 1);
 }
 
+inline std::string Zeros(std::size_t count) { return std::string(count, '\0'); }
+// 46000.5, midday of 9 December 2025, as an IEEE double: 46000.5 = 0x40E6760_10 00000000.
+inline const std::string kMidday("\x00\x00\x00\x00\x10\x76\xE6\x40", 8);
+
 // Unix seconds of a calendar time in UTC, in which the computers of the tests live unless they say otherwise.
 inline std::time_t At(int year, int month, int day, int hour = 0, int minute = 0, int second = 0) {
   const std::chrono::sys_days days{std::chrono::year(year) / month / day};

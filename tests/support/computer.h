@@ -17,6 +17,9 @@
 
 namespace zelkor::tests {
 
+// When files were written that nobody has changed lately.
+inline constexpr std::time_t kYesterday = 1'700'000'000;
+
 // One item as its record holds it.
 struct Item {
   std::string fileName{};  // one path, or several with CR LF behind each but perhaps the last

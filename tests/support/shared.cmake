@@ -5,7 +5,7 @@ function(zelkor_test_library name)
   list(TRANSFORM arg_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/tests/)
   add_library(${name} STATIC ${arg_SOURCES})
   target_link_libraries(${name} PUBLIC zelkor_options ${arg_USES})
-  target_precompile_headers(${name} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/precompiled.h)
+  target_precompile_headers(${name} REUSE_FROM zelkor_precompiled)
 endfunction()
 
 zelkor_test_library(zelkor_test_system

@@ -22,7 +22,6 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-constexpr std::time_t kYesterday = 1'700'000'000;
 constexpr std::size_t kFilmBytes = 3'000'000;
 
 class BadDays : public Sandbox {

@@ -93,7 +93,6 @@ TEST_F(BuiltBadLines, ThatStandStillForAWhileGoOn) {
 // The whole road of two Zelkors, each of which knows the other by a line that is late, and that breaks in the middle of
 // the first file.
 TEST_F(BuiltBadLines, CarryAWholeSynchronisationBothWays) {
-  constexpr std::time_t kYesterday = 1'700'000'000;
   office.OnComputer().SetTarget({.id = "lap", .connectionType = 1, .address = toLap.Address()});
   lap.OnComputer().SetTarget({.id = "office", .connectionType = 1, .address = toOffice.Address()});
   std::string film(6'000'000, '\0');

@@ -18,9 +18,8 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
-constexpr std::time_t kYesterday = 1'700'000'000;
 // Its spelling is looked for in everything that is written.
-constexpr const char* kPassword = "secret word";
+constexpr const char* kServerPassword = "secret word";
 
 class FtpSynchronisation : public Sandbox {
  protected:
@@ -46,8 +45,8 @@ class FtpSynchronisation : public Sandbox {
     }
   }
   static void ExpectNoPassword(const Outcome& outcome) {
-    EXPECT_THAT(outcome.out, Not(HasSubstr(kPassword)));
-    EXPECT_THAT(outcome.err, Not(HasSubstr(kPassword)));
+    EXPECT_THAT(outcome.out, Not(HasSubstr(kServerPassword)));
+    EXPECT_THAT(outcome.err, Not(HasSubstr(kServerPassword)));
   }
   [[nodiscard]] double ExportDate() const { return office.TargetWithId("lap")->lastExport; }
 
@@ -124,7 +123,7 @@ TEST_P(OnABadDay, TheExportFailsAndTheNextOneSendsEverything) {
   FtpScript script;
   GetParam().happens(script);
   ScriptedFtpServer server(script);
-  UseServer(server.Address(), "lap", kPassword);
+  UseServer(server.Address(), "lap", kServerPassword);
   const Outcome failed = office.Export("lap");
   EXPECT_EQ(failed.status, 1) << failed;
   EXPECT_THAT(failed.out + failed.err, HasSubstr(GetParam().says));
@@ -142,7 +141,7 @@ TEST_P(OnABadDay, TheExportFailsAndTheNextOneSendsEverything) {
 
 TEST_F(FtpSynchronisation, AnImportThatBreaksLeavesTheFileForTheNextOne) {
   ScriptedFtpServer server;
-  UseServer(server.Address(), "lap", kPassword);
+  UseServer(server.Address(), "lap", kServerPassword);
   EXPECT_EQ(office.Export("lap").status, 0);
   server.Change([](FtpScript& script) { script.stallAfter = 0; });
   const Outcome failed = lap.Import("office");

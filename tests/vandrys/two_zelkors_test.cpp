@@ -8,8 +8,6 @@
 namespace zelkor::tests {
 namespace {
 
-constexpr std::time_t kYesterday = 1'700'000'000;
-
 class TwoZelkorsTest : public Sandbox {
  protected:
   TwoZelkorsTest() {

@@ -1,0 +1,1 @@
+// The targets of the precompiled headers need a source.
