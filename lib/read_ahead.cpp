@@ -3,6 +3,8 @@
 #include <array>
 #include <atomic>
 #include <cassert>
+#include <condition_variable>
+#include <mutex>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -46,6 +48,13 @@ struct ReadAhead::State {
   std::size_t taken = 0;                 // files taken or forgotten so far
   std::atomic<std::size_t> started = 0;  // how many of those wanted the thread may work on
   std::atomic<bool> ending = false;
+
+  // What is waited for changes under the mutex. The wait of atomics would do without, but where the system has none for
+  // them the standard library of gcc 12 may sleep through a change.
+  std::mutex mutex;
+  std::condition_variable work;  // for the thread: there is more to work on, or it is to end
+  std::condition_variable read;  // for the others: the file in hand is read
+
   std::thread thread;
 };
 
@@ -59,9 +68,11 @@ ReadAhead::State::State() {
 
 ReadAhead::State::~State() {
   if (!thread.joinable()) return;
-  ending = true;
-  ++started;  // a change, for it waits for one
-  started.notify_one();
+  {
+    const std::lock_guard lock(mutex);
+    ending = true;
+  }
+  work.notify_one();
   thread.join();
 }
 
@@ -72,7 +83,8 @@ void ReadAhead::State::Work() {
     const std::size_t end = started.load(std::memory_order_acquire);
     if (ending) return;
     if (file == end) {
-      started.wait(end);
+      std::unique_lock lock(mutex);
+      work.wait(lock, [&] { return ending || started != end; });
       continue;
     }
     for (; file != end && !ending; ++file) {
@@ -81,8 +93,11 @@ void ReadAhead::State::Work() {
       if (!place.stage.compare_exchange_strong(expected, Stage::Reading, std::memory_order_acquire)) continue;
       place.found = {};
       place.known = ReadFileAhead(place.path, place.cutoff, place.buffer, place.found);
-      place.stage.store(Stage::Ready, std::memory_order_release);
-      place.stage.notify_one();
+      {
+        const std::lock_guard lock(mutex);
+        place.stage.store(Stage::Ready, std::memory_order_release);
+      }
+      read.notify_one();
     }
   }
 }
@@ -92,7 +107,13 @@ void ReadAhead::State::Forget() {
   Place& place = At(taken++);
   Stage stage = Stage::Wanted;
   if (place.stage.compare_exchange_strong(stage, Stage::Free)) return;
-  place.stage.wait(Stage::Reading);
+  // Most files are read in less time than it takes to sleep and to be woken.
+  constexpr int kLooks = 50;
+  for (int i = 0; i < kLooks && place.stage == Stage::Reading; ++i) std::this_thread::yield();
+  if (place.stage == Stage::Reading) {
+    std::unique_lock lock(mutex);
+    read.wait(lock, [&] { return place.stage != Stage::Reading; });
+  }
   place.stage = Stage::Free;
 }
 
@@ -111,8 +132,11 @@ void ReadAhead::Want(std::int32_t turn, std::string path, Date cutoff) {
 }
 
 void ReadAhead::Start() {
-  state_->started.store(state_->wanted, std::memory_order_release);
-  state_->started.notify_one();
+  {
+    const std::lock_guard lock(state_->mutex);
+    state_->started.store(state_->wanted, std::memory_order_release);
+  }
+  state_->work.notify_one();
 }
 
 void ReadAhead::ForgetBefore(std::int32_t turn) {
