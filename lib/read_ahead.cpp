@@ -107,9 +107,6 @@ void ReadAhead::State::Forget() {
   Place& place = At(taken++);
   Stage stage = Stage::Wanted;
   if (place.stage.compare_exchange_strong(stage, Stage::Free)) return;
-  // Most files are read in less time than it takes to sleep and to be woken.
-  constexpr int kLooks = 50;
-  for (int i = 0; i < kLooks && place.stage == Stage::Reading; ++i) std::this_thread::yield();
   if (place.stage == Stage::Reading) {
     std::unique_lock lock(mutex);
     read.wait(lock, [&] { return place.stage != Stage::Reading; });

@@ -47,13 +47,11 @@ class ByWindows : public WithDisplay {
 
   // By the toolbar's first button. A window that has just come up may still be on its way to its place.
   void OpenSynchronisation(const Computer& computer) const {
-    EXPECT_TRUE(screen.Until([&] {
+    const auto click = [&] {
       screen.Activate(MainTitle(computer));
       screen.Click(MainTitle(computer), 18, 45);
-      const auto end = std::chrono::steady_clock::now() + kUntilTaken;
-      screen.Until([&] { return screen.Has(kSynchronisation) || std::chrono::steady_clock::now() > end; });
-      return screen.Has(kSynchronisation);
-    }));
+    };
+    ActUntil(click, [&] { return screen.Has(kSynchronisation); });
     screen.Activate(kSynchronisation);
   }
   // A new target in the synchronisation window; `choice` is the key that leads to its connection in the list of them.
@@ -73,8 +71,15 @@ class ByWindows : public WithDisplay {
   }
   // Presses a key in a window until it has had its effect: another window that comes up may take it away.
   void PressUntil(const std::string& title, const std::string& key, const std::function<bool()>& done) const {
-    EXPECT_TRUE(screen.Until([&] {
+    const auto press = [&] {
       if (screen.ActivateIfThere(title)) screen.Press(key);
+    };
+    ActUntil(press, done);
+  }
+  // Does something again and again, each time with a while to show, until it has had its effect.
+  void ActUntil(const std::function<void()>& act, const std::function<bool()>& done) const {
+    EXPECT_TRUE(screen.Until([&] {
+      act();
       const auto end = std::chrono::steady_clock::now() + kUntilTaken;
       screen.Until([&] { return done() || std::chrono::steady_clock::now() > end; });
       return done();

@@ -53,13 +53,7 @@ class Networked : public Office<Sandbox, ScriptedUser> {
   }
   // A sync file that the computer `sender` made for this one out of the same items.
   [[nodiscard]] std::string SyncFileOf(const std::string& sender) {
-    const std::string computerId = sender;
-    sync::Context context{.catalogue = catalogue_,
-                          .targets = targets_,
-                          .remap = remap_,
-                          .log = log_,
-                          .user = user_,
-                          .computerId = computerId};
+    sync::Context context = ContextOf(sender);
     if (targets_.FindTarget("office", false) == 0) targets_.NewTarget("office");
     targets_.SetTargetDates("office", 0, kOld);
     const std::filesystem::path folder = Root() / "made";

@@ -37,6 +37,15 @@ class Office : public Base {
     change(targets_.Current());
     targets_.WriteTarget(slot, targets_.Current());
   }
+  // What a computer of this ID would work with here; the ID must outlive it.
+  [[nodiscard]] sync::Context ContextOf(const std::string& computerId) {
+    return {.catalogue = catalogue_,
+            .targets = targets_,
+            .remap = remap_,
+            .log = log_,
+            .user = user_,
+            .computerId = computerId};
+  }
   [[nodiscard]] lib::Date LastExport(const std::string& id) { return DateOf(id, net::TargetRec::kLastExport); }
   [[nodiscard]] lib::Date LastImport(const std::string& id) { return DateOf(id, net::TargetRec::kLastImport); }
 
@@ -48,12 +57,7 @@ class Office : public Base {
   db::RemapTable remap_;
   sync::SyncLog log_{Base::ProgramDir(), user_};
   const std::string computerId_ = "office";
-  sync::Context context_{.catalogue = catalogue_,
-                         .targets = targets_,
-                         .remap = remap_,
-                         .log = log_,
-                         .user = user_,
-                         .computerId = computerId_};
+  sync::Context context_ = ContextOf(computerId_);
 
  private:
   lib::Date DateOf(const std::string& id, const lib::Field& field) {
