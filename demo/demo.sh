@@ -32,10 +32,11 @@ vandry=$(realpath "$2")
 seeder=$(realpath "$3")
 
 root=$(mktemp -d "${TMPDIR:-/tmp}/zelkor-demo-XXXXXX")
-background=()  # processes, and groups of them as negative numbers
 leave() {
   local status=$?
+  # From here on it goes through, whatever fails.
   trap '' INT TERM HUP
+  set +e
   end_background
   if [ -n "$keep" ]; then
     echo "Both computers are left in $root."
@@ -69,22 +70,26 @@ fail() {
   exit 1
 }
 
-# end_background: ends all that runs beside the demo and waits for it.
+# end_background: ends all that runs beside the demo, with the processes that it started, and waits for it. The shell's
+# own list is asked: an interruption may come before a process just started is written down anywhere else.
 end_background() {
   local process i
-  # Where there is none it is no reason to stop.
-  set +e
-  for process in "${background[@]}"; do kill -TERM -- "$process" 2>/dev/null; done
-  for process in "${background[@]}"; do
+  for process in $(jobs -p); do
     for ((i = 0; i < 50; i++)); do
-      kill -0 -- "$process" 2>/dev/null || break
+      # Again each time: what is not a program of its own yet may lose the first one.
+      signal_all TERM "$process" || break
       sleep 0.1
     done
-    kill -KILL -- "$process" 2>/dev/null
-    wait "${process#-}" 2>/dev/null
+    signal_all KILL "$process"
+    wait "$process" 2>/dev/null
   done
-  background=()
-  set -e
+}
+# signal_all SIGNAL PROCESS: to it and to the group that it leads, if it leads one; fails when there are neither.
+signal_all() {
+  local status=1
+  kill -s "$1" -- "$2" 2>/dev/null && status=0
+  kill -s "$1" -- "-$2" 2>/dev/null && status=0
+  return "$status"
 }
 
 # until_there SECONDS COMMAND …: repeats it until it succeeds.
@@ -120,15 +125,6 @@ start() {
   # Not through a function: its number would be that of a shell between.
   env "${environment[@]}" "$@" >"$output" 2>&1 </dev/null &
   started=$!
-  background+=("$started")
-}
-
-# ended: waits for what was started last; its status.
-ended() {
-  local status=0
-  wait "$started" || status=$?
-  unset 'background[-1]'
-  return "$status"
 }
 
 # prompt COMPUTER COMMAND: what is typed there.

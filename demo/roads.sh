@@ -47,7 +47,7 @@ pair() {
   prompt laptop "vandry --pair 127.0.0.1:$office_port $code"
   as laptop "$vandry" --pair "127.0.0.1:$office_port" "$code" >"$root/output" 2>&1 </dev/null || status=$?
   printf '%s%s%s\n' "$dim" "$(sed 's/^/  /' "$root/output")" "$plain"
-  ended || status=$?
+  wait "$started" || status=$?
   say "${dim}Office says: $(tail -n 1 "$root/pairing")$plain"
   [ "$status" -eq 0 ] || fail "The computers are not paired."
 }
@@ -62,7 +62,7 @@ over_network() {
   start "$to" "$root/import" "$zelkor" "/syncimp:$from:\"\""
   until_there 30 requested || fail "No request was sent: $(cat "$root/import")"
   sync "$from" "/syncexp:$to:\"\""
-  ended || status=$?
+  wait "$started" || status=$?
   say
   say "On $to meanwhile:"
   show_run "$to" "$root/import" "$status"
@@ -126,7 +126,6 @@ SETTINGS
     LD_LIBRARY_PATH=$ftp_folder/usr/lib/x86_64-linux-gnu setsid "$program" "$folder/vsftpd.conf" \
       >"$folder/output" 2>&1 </dev/null &
     server=$!
-    background+=("-$server")
     if until_there 5 listens "$ftp_port" && kill -0 "$server" 2>/dev/null; then
       say "$(basename "$program") listens on port $ftp_port of 127.0.0.1."
       return
