@@ -15,10 +15,11 @@ class ListHint {
   void Show(const std::string& text);
 
  private:
+  void TakeColours();
   void Place();
 
   wxWindow& view_;
-  wxWindow* text_;
+  wxWindow* text_ = nullptr;  // only while there is a text
   std::string shown_;
 };
 

@@ -97,5 +97,18 @@ TEST_F(MwSpeed, SortsAndScrollsThroughAllRows) {
   }
 }
 
+TEST_F(MwSpeed, ScrollsTilesWithoutAComplaintOfTheToolkit) {
+  StartWithAll();
+  testing::internal::CaptureStderr();
+  for (int view = 0; view < 3; ++view) {
+    Main().View_View_Click(view);
+    Settle();
+    Press(WXK_END);
+    EXPECT_NE(Main().Tiles().GetViewStart(), wxPoint()) << view;
+    Press(WXK_HOME);
+  }
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
 }  // namespace
 }  // namespace zelkor::app
