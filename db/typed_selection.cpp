@@ -21,7 +21,7 @@ lib::Result<std::string> FromNativeLine(std::string_view line) {
   const std::size_t slash = line.rfind('/');
   const std::string_view last = line.substr(slash + 1);
   if (last.find_first_of("*?") == std::string_view::npos) return lib::FromNative(line);
-  const lib::Result<std::string> wildcard = lib::TextFromNative(last);
+  lib::Result<std::string> wildcard = lib::TextFromNative(last);
   if (!wildcard.Ok()) return wildcard;
   const lib::Result<std::string> directory = lib::FromNative(slash == 0 ? "/" : line.substr(0, slash));
   if (!directory.Ok()) return directory.Failure();

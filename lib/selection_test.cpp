@@ -1,6 +1,5 @@
 #include "lib/selection.h"
 
-#include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -9,7 +8,6 @@
 namespace zelkor::lib {
 namespace {
 
-namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::IsEmpty;
 

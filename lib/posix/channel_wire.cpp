@@ -68,7 +68,7 @@ Result<std::unique_ptr<ChannelWire>> ChannelWire::Connect(std::string_view progr
     Result<Descriptor> socket = ConnectIn(*folder, *name, end);
     if (socket.Why() == Cause::NotFound) continue;
     if (!socket.Ok()) return socket.Failure();
-    return Result<std::unique_ptr<ChannelWire>>(std::make_unique<SocketWire>(std::move(*socket)));
+    return {std::make_unique<SocketWire>(std::move(*socket))};
   }
   return NobodyServesChannel(programDir);
 }

@@ -367,7 +367,7 @@ void DdeDesk::Close(ChannelClientId id) {
 Result<std::unique_ptr<ChannelDesk>> ChannelDesk::Open(std::string_view programDir) {
   auto desk = std::make_unique<DdeDesk>();
   if (const Status opened = desk->Listen(programDir); !opened.Ok()) return opened;
-  return Result<std::unique_ptr<ChannelDesk>>(std::move(desk));
+  return {std::move(desk)};
 }
 
 }  // namespace zelkor::lib

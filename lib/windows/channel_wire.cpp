@@ -233,7 +233,7 @@ Result<std::unique_ptr<ChannelWire>> ChannelWire::Connect(std::string_view progr
     wire->Turn(TimeLeft(end));
   }
   if (wire->Now() == DdeWire::Stage::NotFound) return NobodyServesChannel(programDir);
-  return Result<std::unique_ptr<ChannelWire>>(std::move(wire));
+  return {std::move(wire)};
 }
 
 }  // namespace zelkor::lib

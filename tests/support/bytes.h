@@ -52,7 +52,10 @@ inline std::string TakeText(std::string_view bytes, std::size_t offset, std::siz
   return text.substr(first, text.find_last_not_of(' ') - first + 1);
 }
 
-inline std::string Zeros(std::size_t count) { return std::string(count, '\0'); }
+inline std::string Zeros(std::size_t count) {
+  std::string zeros(count, '\0');
+  return zeros;
+}
 // 46000.5, midday of 9 December 2025, as an IEEE double: 46000.5 = 0x40E6760_10 00000000.
 inline const std::string kMidday("\x00\x00\x00\x00\x10\x76\xE6\x40", 8);
 
