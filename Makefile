@@ -29,7 +29,7 @@ help:
 	@echo "                   and, of the network beside rsync over ssh, docs/network_speed.md"
 	@echo "                   (MEDIUM=FOLDER: on that file system, not in memory)"
 	@echo "make fuzz          each fuzz target for FUZZ_SECONDS=$(FUZZ_SECONDS) seconds"
-	@echo "make tidy          clang-tidy over all sources"
+	@echo "make tidy          clang-tidy over all sources; what passed is not looked at again until it changes"
 	@echo "make format        clang-format over all sources; format-check only looks"
 	@echo "make deps          everything that the commands above need"
 	@echo "make clean         removes build/"
@@ -130,7 +130,7 @@ tidy:
 	@cmake -S . -B build/tidy -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON \
 	  -DZELKOR_UNITY_TESTS=OFF >/dev/null
 	@cmake/windows/compile_commands.sh build/tidy-windows
-	@cmake/tidy.sh $(JOBS) build/tidy build/tidy-windows
+	@cmake/tidy.py $(JOBS) build/tidy build/tidy-windows
 
 fuzz:
 	@cmake/deps.sh fuzz

@@ -1,6 +1,6 @@
 #!/bin/bash
 # Writes the compile commands of the sources that only Windows has, as clang reads them with mingw's headers, for
-# cmake/tidy.sh: compile_commands.sh BUILD. Nothing needs to be built for it.
+# cmake/tidy.py: compile_commands.sh BUILD. Nothing needs to be built for it.
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 
