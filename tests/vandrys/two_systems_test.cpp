@@ -1,9 +1,11 @@
 // A computer with Linux and one with Windows, unattended, each with its Vandry, over the network. On the Windows one
 // Zelkor and Vandry speak by DDE. The Windows is Wine's, with the programs of the 64-bit build.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
 
+#include "tests/ftp/real_server.h"
 #include "tests/vandrys/vandry_at.h"
 
 namespace zelkor::tests {
@@ -74,6 +76,38 @@ TEST_F(TwoSystemsTest, TheWindowsOneStartsItsVandryByItself) {
   EXPECT_EQ(imported.status, 0) << imported;
   EXPECT_EQ(sender->Wait().status, 0);
   EXPECT_EQ(lap.OnComputer().ReadFile("job/plan.txt"), "of office\n");
+}
+
+// Both demand a certificate that they trust. The system of the Windows one does not know the server's; a file does.
+TEST_F(TwoSystemsTest, SynchroniseThroughAServerWithACertificate) {
+  constexpr auto kKind = RealFtpOptions::Kind::PureFtpd;
+  if (const std::string why = RealFtpServer::WhyNot(kKind); !why.empty()) GTEST_SKIP() << why;
+  const RealFtpServer server({.kind = kKind, .tls = RealFtpOptions::Tls::Demanded}, Root() / "server");
+  for (const VandryAt* each : {&office, &lap}) {
+    each->OnComputer().AddSetting("Vandry", "FtpTls=2");
+    each->OnComputer().SetTarget({.id = (each == &office ? lap : office).OnComputer().Id(),
+                                  .connectionType = 2,
+                                  .address = server.Address(),
+                                  .userName = server.User(),
+                                  .password = server.Password(),
+                                  .directory = "box"});
+  }
+  office.OnComputer().AddSetting("Vandry", "FtpCertificates=" + server.Certificate().string());
+  office.OnComputer().WriteFile("job/plan.txt", "of office\n", kSummer);
+  office.OnComputer().AddItem({.fileName = "c:\\job\\plan.txt", .description = "Plan", .memoId = 101});
+  const Outcome exported = office.OnComputer().Export("lap");
+  EXPECT_EQ(exported.status, 0) << exported;
+
+  const Outcome refused = lap.OnComputer().Import("office");
+  EXPECT_EQ(refused.status, 1) << refused;
+  EXPECT_THAT(refused.out, testing::HasSubstr("no trusted encrypted connection with the server"));
+  EXPECT_FALSE(lap.OnComputer().HasFile("job/plan.txt"));
+
+  lap.OnComputer().AddSetting("Vandry", "FtpCertificates=" + WindowsPath(server.Certificate()));
+  const Outcome imported = lap.OnComputer().Import("office");
+  EXPECT_EQ(imported.status, 0) << imported;
+  EXPECT_EQ(lap.OnComputer().ReadFile("job/plan.txt"), "of office\n");
+  EXPECT_EQ(lap.OnComputer().FileTime("job/plan.txt"), kSummer);
 }
 
 }  // namespace
