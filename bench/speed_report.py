@@ -104,6 +104,9 @@ this page. Each ratio is Zelkor's median time divided by the other program's, of
 - An import deletes the sync file it has collected; with few large files and nothing to take, that is nearly all it does.
 - A medium in memory takes a flush at the speed of memory; on a disk the flush is a larger part of everything that
   flushes, and `make bench MEDIUM=FOLDER` measures there.
+- A virtual machine that gives free memory back to its host (Linux's page reporting) pays for memory that is new to it
+  several times what a copy costs, and whoever writes at that moment is the one who waits: the same program takes twice
+  its time, and a minute later does not. Measure where nothing is given back.
 
 {table(benches, True)}
 
