@@ -28,7 +28,7 @@ lib::Result<std::string> InstalledHelp(std::string_view executableDir) {
 lib::Status Store(const std::string& text, const std::string& path) {
   lib::Result<lib::NewFile> file = lib::NewFile::Create(path);
   if (!file.Ok()) return file.Failure();
-  if (const lib::Status written = file->Content().Append(text); !written.Ok()) return written;
+  if (lib::Status written = file->Content().Append(text); !written.Ok()) return written;
   return file->Replace();
 }
 

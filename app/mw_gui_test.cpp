@@ -420,8 +420,10 @@ TEST_F(MwTest, SwitchesTheViewsByTheirEntries) {
 }
 
 TEST_F(MwTest, ShowsLongTextsAndAFullListInEveryView) {
+  constexpr int kItems = 400;
   std::vector<Given> items;
-  for (int i = 0; i < 400; ++i) {
+  items.reserve(kItems);
+  for (int i = 0; i < kItems; ++i) {
     items.push_back({.description = "Minutes of the meeting on " + std::to_string(i) + " and what came of it all",
                      .codes = "work minutes +lap -home c" + std::to_string(i),
                      .syncMethod = i % 3});

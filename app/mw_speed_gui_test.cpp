@@ -67,8 +67,8 @@ TEST_F(MwSpeed, AnswersEachKeyOfTheSearchWithin16Milliseconds) {
       Press(WXK_ESCAPE);
       for (std::size_t i = 0; i < keys.size(); ++i) {
         wxKeyEvent event(wxEVT_CHAR);
-        event.m_keyCode = keys[i];
-        event.m_uniChar = keys[i];
+        event.m_keyCode = static_cast<unsigned char>(keys[i]);
+        event.m_uniChar = static_cast<wxChar>(keys[i]);
         wxWindow& shown = view == 3 ? static_cast<wxWindow&>(Main().Details()) : Main().Tiles();
         const auto begin = tests::ProcessorTime();
         shown.ProcessWindowEvent(event);

@@ -27,7 +27,7 @@ class LinkTest : public tests::Sandbox {
     vandry_ = std::make_unique<tests::FakeVandry>(ProgramDir(), std::move(script));
   }
   // One that runs once it is launched.
-  void RunWhenLaunched(tests::FakeVandry::Script script = {}) {
+  void RunWhenLaunched(const tests::FakeVandry::Script& script = {}) {
     launch_ = [this, script] { Run(script); };
   }
   LinkMeans Means() {

@@ -1,5 +1,7 @@
 #include "sync/decision.h"
 
+#include <gtest/gtest.h>
+
 namespace zelkor::sync {
 namespace {
 

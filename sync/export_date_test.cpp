@@ -1,5 +1,7 @@
 #include "sync/export_date.h"
 
+#include <gtest/gtest.h>
+
 #include "tests/support/system.h"
 
 namespace zelkor::sync {

@@ -101,6 +101,7 @@ TEST_F(ImportAheadTest, GoesThroughFarMoreFilesThanItKeeps) {
   constexpr int kFiles = 2000;
   fs::create_directory(Home() / "in");
   std::vector<std::pair<std::string, std::string>> files;
+  files.reserve(kFiles);
   for (int i = 0; i < kFiles; ++i) files.emplace_back("c:\\in\\f" + std::to_string(i), "content " + std::to_string(i));
   WriteSyncFile(files);
   int given = 0;
@@ -123,6 +124,7 @@ TEST_F(ImportAheadTest, GoesThroughFarMoreFilesThanItKeeps) {
 TEST_F(ImportAheadTest, EndsWhileManyFilesStandReady) {
   fs::create_directory(Home() / "in");
   std::vector<std::pair<std::string, std::string>> files;
+  files.reserve(500);
   for (int i = 0; i < 500; ++i) files.emplace_back("c:\\in\\f" + std::to_string(i), "x");
   WriteSyncFile(files);
   for (int i = 0; i < 20; ++i) {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "db/memory_rows.h"
 #include "lib/clock.h"

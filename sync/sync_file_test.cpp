@@ -1,5 +1,6 @@
 #include "sync/sync_file.h"
 
+#include <gtest/gtest.h>
 #include <string>
 
 #include "tests/support/bytes.h"
@@ -11,7 +12,10 @@ using tests::kMidday;
 using tests::Zeros;
 
 std::string Bytes(const auto& record) { return {record.Bytes().begin(), record.Bytes().end()}; }
-std::string Blanks(std::size_t count) { return std::string(count, ' '); }
+std::string Blanks(std::size_t count) {
+  std::string blanks(count, ' ');
+  return blanks;
+}
 
 TEST(SyncFileHeader, StandsOnDiskAsTheTableSays) {
   EXPECT_EQ(Bytes(MakeSyncFileHeader("office", 46000.5)), "office  " + kMidday + std::string("\xC8\x00", 2) +

@@ -31,7 +31,7 @@ class Writer : public tests::Sandbox {
 
   std::string MakeFile(const std::string& name, const std::string& content) {
     WriteNative(Root() / name, content);
-    const std::string path = OnDriveZ(Root() / name);
+    std::string path = OnDriveZ(Root() / name);
     EXPECT_FALSE(lib::SetFileDate(path, lib::FileTime::Created, 46000.5));
     EXPECT_FALSE(lib::SetFileDate(path, lib::FileTime::Written, 46000.5));
     return path;
