@@ -8,7 +8,6 @@
 // every file of SYNCFILE that is missing below HOME, whole and with its time before it takes its name, and appends its
 // item to CATALOGUE; a file that is there with the entry's time is left alone; at its end SYNCFILE is deleted. A line
 // for each item and file goes to LOG and to standard output with one write each. Local time is taken to be UTC.
-#define _GNU_SOURCE
 #include <errno.h>
 #include <fcntl.h>
 #include <stdint.h>
@@ -295,7 +294,10 @@ static void Import(const char* syncFile, const char* home, const char* catalogue
   const int in = Checked(open(syncFile, O_RDONLY | O_CLOEXEC), syncFile);
   const int catalogue = Checked(open(cataloguePath, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600), cataloguePath);
   char header[kHeaderBytes];
-  if (!Get(in, header, sizeof header) || !Get(in, header, sizeof header)) Die(syncFile);
+  // That of the file, then that of its block.
+  for (int i = 0; i < 2; ++i) {
+    if (!Get(in, header, sizeof header)) Die(syncFile);
+  }
   char record[kRecordBytes];
   while (Get(in, record, sizeof record)) {
     char path[4096];

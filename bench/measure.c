@@ -3,7 +3,6 @@
 // REPORT gets one line: seconds, peak resident memory in KiB, exit status (128 + the signal when one ended it). A
 // program of its own, because a process inherits the peak of the one that started it: a large one would hide a small
 // one.
-#define _GNU_SOURCE
 #include <stdio.h>
 #include <stdlib.h>
 #include <sys/resource.h>

@@ -235,8 +235,10 @@ TEST_F(HostilePeerTest, WhoSaysNothingIsGivenUp) {
 TEST_F(HostilePeerTest, CrowdsDoNotKeepFriendsOutForLong) {
   office.settings.times.connect = Milliseconds{300};
   OpenAgainstLap();
+  constexpr int kMany = 100;
   std::vector<lib::Socket> crowd;
-  for (int i = 0; i < 100; ++i) {
+  crowd.reserve(kMany);
+  for (int i = 0; i < kMany; ++i) {
     crowd.push_back(std::move(*lib::StartConnecting(*lib::NumericAddress("127.0.0.1", office.settings.port))));
   }
   RunFor(Milliseconds{500});

@@ -20,11 +20,11 @@ class InboxTest : public tests::Sandbox {
 
   // A whole file as it stands after its last byte came.
   InboxNote Received(const std::string& ticket, const std::string& content) const {
-    const InboxNote note{.key = {.senderId = "lap", .ticket = ticket},
-                         .size = static_cast<std::int64_t>(content.size()),
-                         .address = "10.0.0.2:4223",
-                         .deliveries = 0,
-                         .path = {}};
+    InboxNote note{.key = {.senderId = "lap", .ticket = ticket},
+                   .size = static_cast<std::int64_t>(content.size()),
+                   .address = "10.0.0.2:4223",
+                   .deliveries = 0,
+                   .path = {}};
     lib::Result<lib::File> part = MakeInbox().OpenPart(note.key);
     EXPECT_TRUE(part.Ok()) << part.Failure().Message();
     EXPECT_TRUE(part->WriteAt(0, content).Ok());

@@ -303,7 +303,8 @@ void GuiTest::Screenshot(const std::string& name) {
   native::ForgetScreen();
   wxScreenDC screen;
   const wxSize size = screen.GetSize();
-  wxBitmap picture(size);
+  wxBitmap picture;
+  picture.Create(size.x, size.y);
   wxMemoryDC memory(picture);
   memory.Blit(wxPoint(), size, &screen, wxPoint());
   memory.SelectObject(wxNullBitmap);

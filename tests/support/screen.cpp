@@ -113,6 +113,7 @@ struct Screen::Connection {
     const KeyCode code = XKeysymToKeycode(display, key);
     if (code == 0) throw std::runtime_error("no such key");
     std::vector<KeyCode> modifiers;
+    modifiers.reserve(held.size() + 1);
     for (const KeySym modifier : held) modifiers.push_back(XKeysymToKeycode(display, modifier));
     if (held.empty() && XkbKeycodeToKeysym(display, code, 0, 0) != key) {
       modifiers.push_back(XKeysymToKeycode(display, XK_Shift_L));
