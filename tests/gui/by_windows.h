@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "lib/sockets.h"
 #include "tests/gui/desktop.h"
+#include "tests/support/ports.h"
 
 namespace zelkor::tests {
 
@@ -35,11 +35,6 @@ class ByWindows : public WithDisplay {
     std::string bytes;
     for (int i = 0; i < 4096; ++i) bytes.push_back(static_cast<char>(i * 7 % 256));
     return bytes;
-  }
-  // A port of 127.0.0.1 that nobody listens on now.
-  static std::uint16_t FreePort() {
-    const lib::Result<lib::Socket> socket = lib::ListenOn(*lib::NumericAddress("127.0.0.1", 0));
-    return socket.Ok() ? lib::LocalPort(*socket) : 0;
   }
   static Outcome RunVandry(const Computer& computer, const std::vector<std::string>& words) {
     return computer.Run(words, {.program = ZELKOR_VANDRY});

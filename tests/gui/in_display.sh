@@ -24,11 +24,12 @@ server=$!
 read -r -t 60 number <"$folder/number" || { echo "no X server: $(cat "$folder/server.log")" >&2; exit 1; }
 export DISPLAY=:$number
 
-# The manager has a wallpaper set by a script, which covers the screen with a message where it finds no program for that,
-# and takes the keyboard so. It finds another script of the name first.
-mkdir "$folder/.fluxbox" "$folder/bin"
-ln -s "$(type -P true)" "$folder/bin/fbsetbg"
+# The manager would have a wallpaper set by a script, which covers the screen with a message where it finds no program for
+# that, and takes the keyboard so; and the manager may be torn from the screen by the script's end.
+mkdir "$folder/.fluxbox"
+echo "background: unset" >"$folder/.fluxbox/overlay"
 cat >"$folder/.fluxbox/init" <<SETTINGS
+session.styleOverlay: $folder/.fluxbox/overlay
 session.screen0.workspaces: 1
 session.screen0.toolbar.visible: true
 session.screen0.toolbar.tools: iconbar, systemtray
@@ -36,7 +37,7 @@ session.screen0.focusModel: ClickFocus
 session.screen0.focusNewWindows: true
 session.screen0.windowPlacement: RowSmartPlacement
 SETTINGS
-HOME=$folder PATH=$folder/bin:$PATH fluxbox -no-slit >"$folder/manager.log" 2>&1 &
+HOME=$folder fluxbox -no-slit >"$folder/manager.log" 2>&1 &
 manager=$!
 disown "$manager"  # or bash would tell of its end
 # Windows mapped before the manager answers would not be managed.

@@ -9,18 +9,13 @@
 #include <vector>
 
 #include "lib/sockets.h"
+#include "tests/support/ports.h"
 #include "tests/support/sandbox.h"
 #include "vandry/loop.h"
 #include "vandry/pairings.h"
 #include "vandry/peer.h"
 
 namespace zelkor::tests {
-
-// A port that nobody listens on now.
-inline std::uint16_t FreePort() {
-  const lib::Result<lib::Socket> socket = lib::ListenOn(*lib::NumericAddress("127.0.0.1", 0));
-  return socket.Ok() ? lib::LocalPort(*socket) : 0;
-}
 
 // The program at the other end of the local link.
 class NotedProgram : public vandry::PeerUser {

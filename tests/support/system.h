@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <string>
 
@@ -60,6 +61,9 @@ void CatchOpenedDocuments(const std::filesystem::path& programs, const std::file
 void PutTellingProgram(const std::filesystem::path& program);
 // What it has told, as soon as that is a whole line; empty when nothing is told for half a minute.
 [[nodiscard]] std::string ToldBy(const std::filesystem::path& program);
+
+// Keeps the port for this process, until its end, among all that ask here; false when another has it, or this one.
+[[nodiscard]] bool ReservePort(std::uint16_t port);
 
 // The content of the file as soon as it is there; empty when it does not come for half a minute.
 [[nodiscard]] std::string WaitForFile(const std::filesystem::path& file);

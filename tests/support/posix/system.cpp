@@ -1,7 +1,10 @@
 #include "tests/support/system.h"
 
+#include <cstdint>
 #include <ctime>
+#include <fcntl.h>
 #include <fstream>
+#include <set>
 #include <stdlib.h>  // NOLINT(modernize-deprecated-headers): setenv, mkdtemp
 #include <sys/stat.h>
 #include <time.h>  // NOLINT(modernize-deprecated-headers): tzset
@@ -34,6 +37,19 @@ unsigned ModeOf(const std::filesystem::path& path) {
 
 std::chrono::duration<double, std::milli> ProcessorTime() {
   return std::chrono::duration<double>(static_cast<double>(std::clock()) / CLOCKS_PER_SEC);
+}
+
+// By locks on single bytes of a file that all share. They are the open file's, so it stays open.
+bool ReservePort(std::uint16_t port) {
+  static const int file =
+      open((std::filesystem::temp_directory_path() / "zelkor-test-ports").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+  static std::set<std::uint16_t> own;
+  struct flock lock {};
+  lock.l_type = F_WRLCK;
+  lock.l_whence = SEEK_SET;
+  lock.l_start = port;
+  lock.l_len = 1;
+  return fcntl(file, F_OFD_SETLK, &lock) == 0 && own.insert(port).second;
 }
 
 std::size_t MemoryInUse() {

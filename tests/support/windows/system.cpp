@@ -26,6 +26,15 @@ bool HasModes() { return false; }
 bool HasUnnamedFiles() { return false; }
 std::chrono::milliseconds LinkPatience() { return std::chrono::milliseconds(5000); }
 
+// By the name of an object that lives as long as somebody holds it.
+bool ReservePort(std::uint16_t port) {
+  const HANDLE mark = CreateMutexA(nullptr, FALSE, ("zelkor-test-port-" + std::to_string(port)).c_str());
+  if (mark == nullptr) return false;
+  if (GetLastError() != ERROR_ALREADY_EXISTS) return true;
+  CloseHandle(mark);
+  return false;
+}
+
 unsigned ModeOf(const fs::path& /*path*/) { return 0; }
 
 // The clock function of this system's C library counts the time of day.
