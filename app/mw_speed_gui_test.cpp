@@ -1,7 +1,7 @@
 // The largest list that there can be, in every view.
 
 #include <algorithm>
-#include <cstdint>
+#include <cstddef>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <limits>

@@ -44,7 +44,9 @@ def steps(build):
     for source, command in {pathlib.Path(each["directory"], each["file"]): each["command"] for each in commands}.items():
         name = source.relative_to(ROOT)
         stamp = folder / "passed" / name
-        yield f"build {escaped(stamp)}: tidy {escaped(source)} | {escaped(ROOT / '.clang-tidy')}"
+        settings = [each / ".clang-tidy" for each in source.parents if each.is_relative_to(ROOT)]
+        known = " ".join(escaped(each) for each in settings if each.exists())
+        yield f"build {escaped(stamp)}: tidy {escaped(source)} | {known}"
         yield f"  list = {listing(command)}"
         yield f"  build = {escaped(folder)}"
         yield f"  name = {escaped(name)}"

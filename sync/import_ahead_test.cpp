@@ -122,10 +122,11 @@ TEST_F(ImportAheadTest, GoesThroughFarMoreFilesThanItKeeps) {
 }
 
 TEST_F(ImportAheadTest, EndsWhileManyFilesStandReady) {
+  constexpr int kFiles = 500;
   fs::create_directory(Home() / "in");
   std::vector<std::pair<std::string, std::string>> files;
-  files.reserve(500);
-  for (int i = 0; i < 500; ++i) files.emplace_back("c:\\in\\f" + std::to_string(i), "x");
+  files.reserve(kFiles);
+  for (int i = 0; i < kFiles; ++i) files.emplace_back("c:\\in\\f" + std::to_string(i), "x");
   WriteSyncFile(files);
   for (int i = 0; i < 20; ++i) {
     ImportAhead ahead("c:\\a.cas", remap_, kNeverImported);

@@ -1,12 +1,14 @@
 #include "tests/support/system.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <ctime>
-#include <fcntl.h>
 #include <fstream>
-#include <set>
 #include <stdlib.h>  // NOLINT(modernize-deprecated-headers): setenv, mkdtemp
+#include <string>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <time.h>  // NOLINT(modernize-deprecated-headers): tzset
 #include <unistd.h>
 
@@ -39,17 +41,17 @@ std::chrono::duration<double, std::milli> ProcessorTime() {
   return std::chrono::duration<double>(static_cast<double>(std::clock()) / CLOCKS_PER_SEC);
 }
 
-// By locks on single bytes of a file that all share. They are the open file's, so it stays open.
+// By the name of a socket that is in no folder: it goes with the process, and belongs to a network as the ports do.
 bool ReservePort(std::uint16_t port) {
-  static const int file =
-      open((std::filesystem::temp_directory_path() / "zelkor-test-ports").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
-  static std::set<std::uint16_t> own;
-  struct flock lock {};
-  lock.l_type = F_WRLCK;
-  lock.l_whence = SEEK_SET;
-  lock.l_start = port;
-  lock.l_len = 1;
-  return fcntl(file, F_OFD_SETLK, &lock) == 0 && own.insert(port).second;
+  const std::string name = "zelkor-test-port-" + std::to_string(port);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  name.copy(address.sun_path + 1, name.size());
+  const int mark = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
+  if (bind(mark, reinterpret_cast<const sockaddr*>(&address), length) == 0) return true;
+  close(mark);
+  return false;
 }
 
 std::size_t MemoryInUse() {
