@@ -26,6 +26,11 @@ constexpr long kGoingAway = 421;
 constexpr long kReady = 220;      // somebody who has just come is greeted
 constexpr long kEncrypted = 234;  // RFC 4217, section 4: encryption begins
 
+// A server may throw content away by breaking the connection for it before it says why. Whoever sends the next piece at
+// once never hears the words; so the attempt after such a break begins slowly.
+constexpr int kPatientPieces = 4;
+constexpr std::chrono::milliseconds kTimeToSpeak{250};
+
 // "226 Transfer complete." The number, when the line is the last one of an answer.
 std::optional<long> AnswerNumber(std::string_view line) {
   constexpr std::size_t kDigits = 3;
@@ -109,6 +114,8 @@ struct FtpSession::State {
     return settings.active && settings.tls != FtpSettings::Tls::Never && connection == CURL_SOCKET_BAD &&
            ForgetsToEncryptActive();
   }
+  // Whether there is something to read from the connection for commands.
+  [[nodiscard]] bool ServerSpeaks();
   CURLcode Perform();
   FtpAnswer Run();
   [[nodiscard]] Kind KindOf(CURLcode code, long number) const;
@@ -130,6 +137,9 @@ struct FtpSession::State {
   bool makeDirectories = false;
   Progress progress;
 
+  // Pieces of an upload to come before each of which the server gets time to speak.
+  int patientPieces = 0;
+
   // Of the request in hand.
   const Reader* reader = nullptr;
   const Writer* writer = nullptr;
@@ -146,7 +156,10 @@ std::size_t FtpSession::State::OnHeader(char* bytes, std::size_t size, std::size
   const std::string_view line(bytes, size * count);
   if (const std::optional<long> number = AnswerNumber(line)) {
     state.lastNumber = *number;
-    if (*number == kReady) state.encrypted = false;
+    if (*number == kReady) {
+      state.encrypted = false;
+      state.connection = CURL_SOCKET_BAD;  // it is another one
+    }
     if (*number == kEncrypted) state.encrypted = true;
     state.lastLine = line;
   }
@@ -162,10 +175,22 @@ std::size_t FtpSession::State::OnWrite(char* bytes, std::size_t size, std::size_
 
 std::size_t FtpSession::State::OnRead(char* bytes, std::size_t size, std::size_t count, void* self) {
   auto& state = *static_cast<State*>(self);
+  // A server that speaks before everything is sent takes no more. What it says is heard at the end of the content, and
+  // not any more when the connection breaks because content goes on coming.
+  if (state.ServerSpeaks()) return 0;
   const std::int64_t length = (*state.reader)(state.position, std::span(bytes, size * count));
   if (length < 0) return CURL_READFUNC_ABORT;
   state.position += length;
   return static_cast<std::size_t>(length);
+}
+
+bool FtpSession::State::ServerSpeaks() {
+  if (connection == CURL_SOCKET_BAD) return false;
+  lib::Awaited commands{.handle = static_cast<lib::Handle>(connection), .wantRead = true};
+  const bool patient = patientPieces > 0;
+  if (patient) --patientPieces;
+  lib::WaitUntilReady({&commands, 1}, patient ? kTimeToSpeak : std::chrono::milliseconds{0});
+  return commands.canRead;
 }
 
 int FtpSession::State::OnSeek(void* self, curl_off_t offset, int origin) {
@@ -332,6 +357,7 @@ FtpAnswer FtpSession::State::Run() {
     return answer;
   }
   const CURLcode code = Perform();
+  if (code == CURLE_SEND_ERROR) patientPieces = kPatientPieces;
   answer.kind = KindOf(code, lastNumber);
   if (!answer.Ok()) {
     if (lastNumber >= kFirstRefusal && IsRefusal(answer.kind)) answer.number = static_cast<int>(lastNumber);

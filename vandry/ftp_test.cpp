@@ -193,6 +193,25 @@ TEST_F(FtpTest, SaysThatTheServerHasNoRoom) {
   EXPECT_EQ(Send("c:\\sync.tmp", "lap.cas"), "Error 452 the server has no room (disk full)");
 }
 
+// Going on would only break the connection, and with it the answer that says why.
+TEST_F(FtpTest, StopsSendingAtOnceWhenTheServerSaysThatItHasNoRoom) {
+  constexpr std::size_t kLong = 50'000'000;
+  WriteNative(Home() / "long.tmp", std::string(kLong, 'x'));
+  Misbehave([](FtpScript& script) { script.fullAfter = 100'000; });
+  EXPECT_EQ(Send("c:\\long.tmp", "lap.cas"), "Error 552 the server has no room (disk full)");
+  EXPECT_LT(scripted.Uploaded(), std::int64_t{kLong} / 2);
+  EXPECT_THAT(scripted.Files(), IsEmpty());
+}
+
+TEST_F(FtpTest, HearsThatThereIsNoRoomThoughTheConnectionForTheContentBreaksFirst) {
+  WriteNative(Home() / "long.tmp", std::string(20'000'000, 'x'));
+  Misbehave([](FtpScript& script) {
+    script.fullAfter = 1;
+    script.breaksWhenFull = true;
+  });
+  EXPECT_EQ(Send("c:\\long.tmp", "lap.cas"), "Error 552 the server has no room (disk full)");
+}
+
 TEST_F(FtpTest, TriesAgainWhenTheServerIsBusy) {
   Misbehave([](FtpScript& script) { script.answers["GREETING"] = "421 too many users"; });
   EXPECT_EQ(List("c:\\list.tmp"), "Error 421 the server can not do it now (too many users)");

@@ -221,13 +221,22 @@ class ScriptedFtpServer::Session {
     }
     std::array<char, kPiece> piece{};
     std::int64_t taken = 0;
+    bool refuses = false;
+    bool breaks = false;
+    bool refused = false;
     for (std::size_t length = 0; (length = Receive(data, piece)) > 0;) {
       taken += static_cast<std::int64_t>(length);
       {
         const std::lock_guard lock(server_.mutex_);
         server_.files_[path].append(piece.data(), length);
+        server_.uploaded_ += static_cast<std::int64_t>(length);
         server_.changed_.notify_all();
+        refuses = server_.script_.fullAfter >= 0 && taken >= server_.script_.fullAfter;
+        breaks = refuses && server_.script_.breaksWhenFull;
       }
+      if (breaks) break;
+      if (refuses && !refused) Say("552 disk full");
+      refused = refused || refuses;
       const Turn turn = At(taken);
       if (turn == Turn::Stall) BeSilent();
       if (turn != Turn::GoOn) {
@@ -236,6 +245,8 @@ class ScriptedFtpServer::Session {
       }
     }
     data.Close();
+    if (breaks) Say("552 disk full");
+    refused = refused || breaks;
     std::string end;
     bool silent = false;
     {
@@ -244,7 +255,7 @@ class ScriptedFtpServer::Session {
       silent = server_.script_.silentAt == "226";
     }
     if (silent) BeSilent();
-    Say(end.empty() ? "226 done" : end);
+    if (!refused) Say(end.empty() ? "226 done" : end);
     return !silent;
   }
 
@@ -377,6 +388,11 @@ std::vector<std::string> ScriptedFtpServer::Commands() {
 int ScriptedFtpServer::Connections() {
   const std::lock_guard lock(mutex_);
   return connections_;
+}
+
+std::int64_t ScriptedFtpServer::Uploaded() {
+  const std::lock_guard lock(mutex_);
+  return uploaded_;
 }
 
 bool ScriptedFtpServer::WaitForBytes(const std::string& ending, std::size_t bytes) {

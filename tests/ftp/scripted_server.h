@@ -25,9 +25,11 @@ struct FtpScript {
   std::string closesAt{};                        // the connection is closed instead of an answer
   std::int64_t cutAfter = -1;                    // bytes of a transfer, after which everything is closed
   std::int64_t stallAfter = -1;                  // bytes of a transfer, after which nothing more comes or is taken
-  int times = 1000;                              // how often silentAt, closesAt and cutAfter happen
-  std::string endOfUpload{};                     // instead of "226 …"
-  bool machineListings = true;                   // MLSD is known
+  std::int64_t fullAfter = -1;                   // bytes of an upload, after which it is refused and the rest dropped
+  bool breaksWhenFull = false;  // the connection for content is broken first, what is under way is lost
+  int times = 1000;             // how often silentAt, closesAt and cutAfter happen
+  std::string endOfUpload{};    // instead of "226 …"
+  bool machineListings = true;  // MLSD is known
   bool endlessListing = false;
   std::string listing{};  // what LIST sends instead of its own lines
 };
@@ -51,6 +53,8 @@ class ScriptedFtpServer {
   // What came, "WORD argument", without the user's name and password.
   [[nodiscard]] std::vector<std::string> Commands();
   [[nodiscard]] int Connections();
+  // Bytes of content that were sent to it.
+  [[nodiscard]] std::int64_t Uploaded();
   // Waits until a file whose path ends so has so many bytes, or a command of that word has come. False after half a
   // minute.
   [[nodiscard]] bool WaitForBytes(const std::string& ending, std::size_t bytes);
@@ -67,6 +71,7 @@ class ScriptedFtpServer {
   std::set<std::string> directories_{"/", "/home"};
   std::vector<std::string> commands_;
   int connections_ = 0;
+  std::int64_t uploaded_ = 0;
   std::atomic<bool> ending_ = false;
   lib::Socket listener_;
   std::list<std::thread> sessions_;
