@@ -65,14 +65,14 @@ void MwRows::Clear() {
   Select(0);
 }
 
-void MwRows::Add(lib::ListRow row) {
-  rows_.push_back({.shown = std::move(row), .date = std::nullopt});
+void MwRows::Add(const lib::ListRow& row) {
+  rows_.push_back({.shown = row, .date = std::nullopt});
   if (sortKey_) sorted_ = false;
   Changed();
 }
 
-void MwRows::Replace(int row, lib::ListRow shown) {
-  At(row) = {.shown = std::move(shown), .date = std::nullopt};
+void MwRows::Replace(int row, const lib::ListRow& shown) {
+  At(row) = {.shown = shown, .date = std::nullopt};
   Changed();
 }
 

@@ -37,8 +37,8 @@ class MwRows : public lib::ListRows {
   void OnSelect(std::function<void()> listener) { selectedChanged_ = std::move(listener); }
 
   void Clear() override;
-  void Add(lib::ListRow row) override;
-  void Replace(int row, lib::ListRow shown) override;
+  void Add(const lib::ListRow& row) override;
+  void Replace(int row, const lib::ListRow& shown) override;
   [[nodiscard]] int Count() const override { return static_cast<int>(rows_.size()); }
   [[nodiscard]] std::string Text(int row) const override { return At(row).shown.text; }
   void SetText(int row, const std::string& text) override;

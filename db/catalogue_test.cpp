@@ -31,13 +31,13 @@ class ShownRows : public MemoryRows {
     MemoryRows::Clear();
     shown.clear();
   }
-  void Add(lib::ListRow row) override {
+  void Add(const lib::ListRow& row) override {
     shown.push_back(row);
-    MemoryRows::Add(std::move(row));
+    MemoryRows::Add(row);
   }
-  void Replace(int row, lib::ListRow with) override {
+  void Replace(int row, const lib::ListRow& with) override {
     shown.at(static_cast<std::size_t>(row) - 1) = with;
-    MemoryRows::Replace(row, std::move(with));
+    MemoryRows::Replace(row, with);
   }
   std::vector<lib::ListRow> shown;
 };
@@ -467,8 +467,8 @@ TEST_F(CatalogueTest, SelectsTheRowOfANewItemWhereverItStands) {
   // Rows that put a new one first, as a sorted list may.
   class FirstRows : public ShownRows {
    public:
-    void Add(lib::ListRow row) override {
-      ShownRows::Add(std::move(row));
+    void Add(const lib::ListRow& row) override {
+      ShownRows::Add(row);
       for (int i = Count(); i > 1; --i) {
         const std::string key = Key(i);
         SetKey(i, Key(i - 1));

@@ -1,34 +1,41 @@
 #include "db/equal_memo_ids.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <string>
 
 namespace zelkor::db {
 
-EqualMemoIds::EqualMemoIds(std::int32_t records) : next_(static_cast<std::size_t>(records) + 1) {
-  groups_.reserve(static_cast<std::size_t>(records));
-}
-
-void EqualMemoIds::Add(std::int32_t recno, std::int32_t memoId) {
-  const auto [found, isNew] = groups_.try_emplace(memoId, Group{.first = recno, .last = recno, .count = 1});
-  if (isNew) return;
-  Group& group = found->second;
-  std::int32_t earlier = group.first;
-  for (std::int64_t i = 0; i < group.count && static_cast<std::int64_t>(reported_.size()) < kPairsReported; ++i) {
-    reported_.push_back({.later = recno, .earlier = earlier});
-    earlier = next_[static_cast<std::size_t>(earlier)];
+void EqualMemoIds::Report(lib::User& user) {
+  std::sort(items_.begin(), items_.end());
+  // An item and those before it with its ID, which stand just before it now.
+  struct Later {
+    std::int32_t recno;
+    std::size_t place;
+    std::size_t earlier;  // how many
+  };
+  std::vector<Later> laters;
+  std::int64_t pairs = 0;
+  for (std::size_t i = 1, first = 0; i < items_.size(); ++i) {
+    if (items_[i].memoId != items_[first].memoId) {
+      first = i;
+      continue;
+    }
+    laters.push_back({.recno = items_[i].recno, .place = i, .earlier = i - first});
+    pairs += static_cast<std::int64_t>(i - first);
   }
-  pairs_ += group.count;
-  next_[static_cast<std::size_t>(group.last)] = recno;
-  group.last = recno;
-  ++group.count;
-}
+  std::sort(laters.begin(), laters.end(), [](const Later& a, const Later& b) { return a.recno < b.recno; });
 
-void EqualMemoIds::Report(lib::User& user) const {
-  for (const Pair& pair : reported_) {
-    user.Message("Item " + std::to_string(pair.later) + " ID = item " + std::to_string(pair.earlier) + " ID");
+  std::int64_t rest = kPairsReported;
+  for (const Later& later : laters) {
+    for (std::size_t back = later.earlier; back > 0 && rest > 0; --back, --rest) {
+      user.Message("Item " + std::to_string(later.recno) + " ID = item " +
+                   std::to_string(items_[later.place - back].recno) + " ID");
+    }
+    if (rest == 0) break;
   }
-  if (const std::int64_t rest = pairs_ - static_cast<std::int64_t>(reported_.size()); rest > 0) {
-    user.Message("There are " + std::to_string(rest) + " more pairs of items with the same ID.");
+  if (pairs > kPairsReported) {
+    user.Message("There are " + std::to_string(pairs - kPairsReported) + " more pairs of items with the same ID.");
   }
 }
 

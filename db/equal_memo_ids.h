@@ -1,8 +1,9 @@
 // Reporting items that carry the same memo ID.
 #pragma once
 
+#include <compare>
+#include <cstddef>
 #include <cstdint>
-#include <unordered_map>
 #include <vector>
 
 #include "lib/user.h"
@@ -14,26 +15,20 @@ inline constexpr std::int64_t kPairsReported = 10;
 
 class EqualMemoIds {
  public:
-  explicit EqualMemoIds(std::int32_t records);
+  explicit EqualMemoIds(std::int32_t records) { items_.reserve(static_cast<std::size_t>(records)); }
   // The records in order, from 1.
-  void Add(std::int32_t recno, std::int32_t memoId);
+  void Add(std::int32_t recno, std::int32_t memoId) { items_.push_back({.memoId = memoId, .recno = recno}); }
   // A message for each of the first pairs, ordered by the later item and then the earlier one, and one for the rest.
-  void Report(lib::User& user) const;
+  // Nothing is added after it.
+  void Report(lib::User& user);
 
  private:
-  struct Group {
-    std::int32_t first = 0;
-    std::int32_t last = 0;
-    std::int64_t count = 0;
+  struct Item {
+    std::int32_t memoId;
+    std::int32_t recno;
+    auto operator<=>(const Item&) const = default;
   };
-  struct Pair {
-    std::int32_t later;
-    std::int32_t earlier;
-  };
-  std::unordered_map<std::int32_t, Group> groups_;
-  std::vector<std::int32_t> next_;  // of record i: the next one with its memo ID
-  std::vector<Pair> reported_;
-  std::int64_t pairs_ = 0;
+  std::vector<Item> items_;
 };
 
 }  // namespace zelkor::db

@@ -8,6 +8,9 @@
 namespace zelkor::db {
 
 bool ItemGoesToTarget(const FileRec& item, std::string_view targetId, bool excludedByDefault) {
+  const auto syncTo = static_cast<SyncTo>(item.Number(FileRec::kSyncTo));
+  if (!excludedByDefault && syncTo == SyncTo::All) return true;
+
   const std::string id = lib::Lower(lib::Trim(targetId));
   // A blank at both ends, so that a mark is found at the very start and the very end too.
   std::string codes(" ");
@@ -16,8 +19,6 @@ bool ItemGoesToTarget(const FileRec& item, std::string_view targetId, bool exclu
     return codes.find(std::string(mark).append(id).append(" ")) != std::string::npos;
   };
 
-  const auto syncTo = static_cast<SyncTo>(item.Number(FileRec::kSyncTo));
-  if (!excludedByDefault && syncTo == SyncTo::All) return true;
   if (!excludedByDefault && syncTo == SyncTo::AllButExcluded) return !marked(" -");
   return marked(" +");
 }

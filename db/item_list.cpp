@@ -39,12 +39,12 @@ int clsList::RowOf(std::int32_t recno) const {
 
 void clsList::Add(lib::ListRow shown, std::int32_t recno) {
   shown.key = Key(recno);
-  rows_.Add(std::move(shown));
+  rows_.Add(shown);
 }
 
 void clsList::Replace(int row, lib::ListRow shown, std::int32_t recno) {
   shown.key = Key(recno);
-  rows_.Replace(row, std::move(shown));
+  rows_.Replace(row, shown);
 }
 
 }  // namespace zelkor::db

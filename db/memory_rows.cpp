@@ -10,11 +10,9 @@ void MemoryRows::Clear() {
   selected_ = 0;
 }
 
-void MemoryRows::Add(lib::ListRow row) { rows_.push_back({.text = std::move(row.text), .key = std::move(row.key)}); }
+void MemoryRows::Add(const lib::ListRow& row) { rows_.push_back({.text = row.text, .key = row.key}); }
 
-void MemoryRows::Replace(int row, lib::ListRow shown) {
-  At(row) = {.text = std::move(shown.text), .key = std::move(shown.key)};
-}
+void MemoryRows::Replace(int row, const lib::ListRow& shown) { At(row) = {.text = shown.text, .key = shown.key}; }
 
 void MemoryRows::Keep(const std::vector<bool>& keep) {
   assert(keep.size() == rows_.size());

@@ -11,8 +11,8 @@ namespace zelkor::db {
 class MemoryRows : public lib::ListRows {
  public:
   void Clear() override;
-  void Add(lib::ListRow row) override;
-  void Replace(int row, lib::ListRow shown) override;
+  void Add(const lib::ListRow& row) override;
+  void Replace(int row, const lib::ListRow& shown) override;
   [[nodiscard]] int Count() const override { return static_cast<int>(rows_.size()); }
   [[nodiscard]] std::string Text(int row) const override { return At(row).text; }
   void SetText(int row, const std::string& text) override { At(row).text = text; }

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <span>
 #include <vector>
 
@@ -21,22 +20,21 @@ template <class Rec, class Take>
 lib::Status ReadRecords(const lib::File& file, std::int64_t count, const Take& take) {
   constexpr auto kRecBytes = static_cast<std::int64_t>(Rec::kBytes);
   const std::int64_t perPiece = std::min(count, kPieceBytes / kRecBytes);
-  std::vector<char> piece(static_cast<std::size_t>(perPiece * kRecBytes));
-  Rec rec;
+  static_assert(sizeof(Rec) == Rec::kBytes, "records stand one behind the other as on disk");
+  std::vector<Rec> piece(static_cast<std::size_t>(perPiece));
   for (std::int64_t done = 0; done < count;) {
     const std::int64_t records = std::min(count - done, perPiece);
-    const std::span<char> bytes(piece.data(), static_cast<std::size_t>(records * kRecBytes));
-    const lib::Result<std::size_t> got = file.ReadAt(done * kRecBytes, bytes);
+    const std::span<Rec> read = std::span(piece).first(static_cast<std::size_t>(records));
+    const lib::Result<std::size_t> got =
+        file.ReadAt(done * kRecBytes, {read.front().Bytes().data(), read.size_bytes()});
     if (!got.Ok()) return got.Failure();
-    if (*got != bytes.size()) {
+    if (*got != read.size_bytes()) {
       return {lib::Cause::Damaged, file.Path() + " has become shorter while it was in use"};
     }
-    for (std::int64_t i = 0; i < records; ++i) {
-      std::memcpy(rec.Bytes().data(), bytes.data() + i * kRecBytes, Rec::kBytes);
-      lib::Status status = take(done + i + 1, static_cast<const Rec&>(rec));
+    for (const Rec& rec : read) {
+      lib::Status status = take(++done, rec);
       if (!status.Ok()) return status;
     }
-    done += records;
   }
   return {};
 }

@@ -61,7 +61,9 @@ class Record {
     return {bytes_.data() + field.offset, field.width};
   }
   // A text field's value: cut at the first NUL, blanks removed from both ends.
-  [[nodiscard]] std::string Text(const Field& field) const { return std::string(FieldText(RawText(field))); }
+  [[nodiscard]] std::string Text(const Field& field) const { return std::string(TextView(field)); }
+  // The same, within the record.
+  [[nodiscard]] std::string_view TextView(const Field& field) const { return FieldText(RawText(field)); }
   // Stored left-aligned, padded with blanks, cut on the right when longer than the field.
   void SetText(const Field& field, std::string_view value) {
     const std::size_t length = value.copy(bytes_.data() + field.offset, field.width);

@@ -31,9 +31,9 @@ class ListRows {
 
   virtual void Clear() = 0;
   // A new row, not always the last one: rows may stand in an order of their own.
-  virtual void Add(ListRow row) = 0;
+  virtual void Add(const ListRow& row) = 0;
   // Shows a row anew, where it stands.
-  virtual void Replace(int row, ListRow shown) = 0;
+  virtual void Replace(int row, const ListRow& shown) = 0;
   [[nodiscard]] virtual int Count() const = 0;
   [[nodiscard]] virtual std::string Text(int row) const = 0;
   virtual void SetText(int row, const std::string& text) = 0;

@@ -14,15 +14,27 @@ namespace {
 bool IsAsciiLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 
 std::size_t NameStart(std::string_view path) {
-  const std::size_t separator = path.find_last_of("\\:");
-  return separator == std::string_view::npos ? 0 : separator + 1;
+  std::size_t start = path.size();
+  while (start > 0 && path[start - 1] != '\\' && path[start - 1] != ':') --start;
+  return start;
 }
+
+bool IsControl(char c) { return static_cast<unsigned char>(c) < 32 || c == 127; }
+
+// Which characters no name may hold, the control characters too.
+constexpr std::array<bool, 256> kRefused = [] {
+  std::array<bool, 256> refused{};
+  for (std::size_t c = 0; c < 32; ++c) refused[c] = true;
+  refused[127] = true;
+  // The slash ends a name on systems where native paths are cut at it.
+  for (const char c : std::string_view("\\/:*?\"")) refused[static_cast<unsigned char>(c)] = true;
+  return refused;
+}();
 
 // Control characters as "?", so that a message stays one line.
 std::string Shown(std::string_view name) {
   std::string text(name);
-  std::replace_if(
-      text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 32 || c == 127; }, '?');
+  std::replace_if(text.begin(), text.end(), IsControl, '?');
   return text;
 }
 
@@ -87,12 +99,11 @@ std::size_t RootLength(std::string_view path) {
 
 Status CheckName(std::string_view name) {
   if (name.empty()) return {Cause::Refused, "A name in the path is empty"};
-  for (const char c : name) {
-    if (static_cast<unsigned char>(c) < 32 || c == 127) return RefusedName(name, "it holds a control character");
-    // The slash ends a name on systems where native paths are cut at it.
-    if (std::string_view("\\/:*?\"").find(c) != std::string_view::npos) {
-      return RefusedName(name, std::string("it holds the character ") + c);
-    }
+  const auto refused =
+      std::find_if(name.begin(), name.end(), [](char c) { return kRefused[static_cast<unsigned char>(c)]; });
+  if (refused != name.end()) {
+    return RefusedName(
+        name, IsControl(*refused) ? "it holds a control character" : std::string("it holds the character ") + *refused);
   }
   if (name.front() == ' ' || name.back() == ' ') return RefusedName(name, "it begins or ends with a blank");
   return {};

@@ -16,7 +16,7 @@ namespace {
 constexpr std::string_view kWithSubdirectories = "+- ";
 constexpr std::string_view kWildcards = "*?";
 
-bool HoldsWildcards(std::string_view text) { return text.find_first_of(kWildcards) != std::string_view::npos; }
+bool HoldsWildcards(std::string_view text) { return FindAnyOf(text, kWildcards) != std::string_view::npos; }
 
 // A file that an import was just about to give its name when it was killed; nobody's, and no wildcard means it.
 bool IsLeftover(std::string_view name) { return MatchesFileName(name, "~zelkor-????????????.tmp"); }
@@ -24,6 +24,7 @@ bool IsLeftover(std::string_view name) { return MatchesFileName(name, "~zelkor-?
 // Whether a line can name files: a drive, and names that the form can carry; the last one may hold wildcards, or be
 // missing.
 Status CheckLine(std::string_view line) {
+  if (!HoldsWildcards(line)) return CheckPath(line);
   std::string path(line);
   if (RootLength(path) != 0) {
     const auto name = path.end() - static_cast<std::ptrdiff_t>(FileNamePart(path).size());
@@ -130,8 +131,8 @@ class Expansion {
 
 std::vector<std::string> SelectionLines(std::string_view selection) {
   std::vector<std::string> lines;
-  for (const std::string& line : SplitLines(selection)) {
-    const std::string_view trimmed = Trim(line);
+  while (!selection.empty()) {
+    const std::string_view trimmed = Trim(TakeLine(selection));
     // The marker alone, which has lost its blank, names nothing.
     if (!trimmed.empty() && trimmed != Trim(kWithSubdirectories)) lines.emplace_back(trimmed);
   }

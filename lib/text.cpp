@@ -69,7 +69,9 @@ std::string_view TrimCrLf(std::string_view text) {
 std::string_view TrimAtNul(std::string_view text) { return text.substr(0, text.find('\0')); }
 
 std::string_view FieldText(std::string_view field) {
-  // Most of a field is padding, passed over eight blanks at a time.
+  // Most of a field is padding, passed over in stretches.
+  constexpr std::string_view kManyBlanks = "                                                                ";
+  while (field.ends_with(kManyBlanks)) field.remove_suffix(kManyBlanks.size());
   constexpr std::string_view kBlanks = "        ";
   while (field.ends_with(kBlanks)) field.remove_suffix(kBlanks.size());
   return Trim(TrimAtNul(field));
@@ -143,14 +145,17 @@ int LineBreakCount(std::string_view text) { return CountOf(text, "\r\n"); }
 
 std::string_view GetLine(std::string_view text, int number) { return GetToken(text, "\r\n", number); }
 
+std::string_view TakeLine(std::string_view& text) {
+  const std::size_t end = std::min(FindAnyOf(text, "\r\n"), text.size());
+  const std::string_view line = text.substr(0, end);
+  const std::size_t lineBreak = text.substr(end, 2) == "\r\n" ? 2 : 1;
+  text.remove_prefix(std::min(end + lineBreak, text.size()));
+  return line;
+}
+
 std::vector<std::string> SplitLines(std::string_view text) {
   std::vector<std::string> lines;
-  while (!text.empty()) {
-    const std::size_t end = std::min(text.find_first_of("\r\n"), text.size());
-    lines.emplace_back(text.substr(0, end));
-    const std::size_t lineBreak = text.substr(end, 2) == "\r\n" ? 2 : 1;
-    text.remove_prefix(std::min(end + lineBreak, text.size()));
-  }
+  while (!text.empty()) lines.emplace_back(TakeLine(text));
   return lines;
 }
 

@@ -152,6 +152,24 @@ TEST(Lines, AreCountedAndTakenAtCarriageReturnLineFeed) {
   EXPECT_EQ(GetLine("a\r\nb", 3), "");
 }
 
+TEST(FindAnyOf, FindsTheFirstOfSeveralCharacters) {
+  EXPECT_EQ(FindAnyOf("a*b?c", "?*"), 1U);
+  EXPECT_EQ(FindAnyOf("abc?", "?*"), 3U);
+  EXPECT_EQ(FindAnyOf("abc", "?*"), std::string_view::npos);
+  EXPECT_EQ(FindAnyOf("", "?*"), std::string_view::npos);
+  EXPECT_EQ(FindAnyOf("abc", ""), std::string_view::npos);
+}
+
+TEST(TakeLine, TakesOneLineAndItsEnd) {
+  std::string_view text = "a\r\n\nb\rc";
+  EXPECT_EQ(TakeLine(text), "a");
+  EXPECT_EQ(TakeLine(text), "");
+  EXPECT_EQ(TakeLine(text), "b");
+  EXPECT_EQ(TakeLine(text), "c");
+  EXPECT_EQ(text, "");
+  EXPECT_EQ(TakeLine(text), "");
+}
+
 TEST(SplitLines, EndsALineAtEveryKindOfLineEnd) {
   EXPECT_THAT(SplitLines("a\r\nb\nc\rd"), ElementsAre("a", "b", "c", "d"));
   EXPECT_THAT(SplitLines("a\n\r\nb\r\n"), ElementsAre("a", "", "b"));

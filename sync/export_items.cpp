@@ -7,6 +7,7 @@
 #include "lib/native_path.h"
 #include "lib/paths.h"
 #include "lib/selection.h"
+#include "lib/text.h"
 
 namespace zelkor::sync {
 
@@ -26,6 +27,7 @@ ItemExporter::ItemExporter(Context& context, const net::TargetRec& target, lib::
       target_(target),
       targetId_(target_.Id()),
       lastExport_(target_.Date(net::TargetRec::kLastExport)),
+      noneNewer_("  no files newer than " + lib::GeneralDate(lastExport_)),
       started_(started),
       list_(context.catalogue.Data(), rows_, context.user) {
   progress_.doing = "Exporting";
@@ -72,7 +74,7 @@ void ItemExporter::LookAhead(int row) {
     if (item.Deleted() || state == State::Off || !GoesToTarget(item)) continue;
     std::string path = item.Text(db::FileRec::kFileName);
     // Only what is plainly one file: the names of a longer selection come out when its turn comes.
-    if (path.find_first_of("*?\r\n") != std::string::npos) continue;
+    if (lib::FindAnyOf(path, "*?\r\n") != std::string::npos) continue;
     ahead_->Want(aheadRow_, std::move(path), state == State::On ? 0 : lastExport_);
   }
   ahead_->Start();
@@ -121,7 +123,7 @@ bool ItemExporter::WriteItem(SyncWriter& writer, db::FileRec item, State state, 
   }
   const std::string selection = item.Text(db::FileRec::kFileName);
   item.SetText(db::FileRec::kImportSource, context_.computerId);
-  item.SetDate(db::FileRec::kImportDate, lib::Now());
+  item.SetDate(db::FileRec::kImportDate, Present());
   failure = writer.BeginItem(item);
   if (!failure.Ok()) return false;
 
@@ -137,12 +139,20 @@ bool ItemExporter::WriteItem(SyncWriter& writer, db::FileRec item, State state, 
     });
     if (!whole) return false;
     if (state == State::Auto && writer.FilesOfItem() == 0 && cutoff != 0) {
-      context_.log.LogLine("  no files newer than " + lib::GeneralDate(cutoff));
+      context_.log.LogLine(noneNewer_);
     }
   }
   context_.log.Settle();
   failure = writer.EndItem(item, lib::NormaliseSelection(context_.remap.RemapPath(selection, false)));
   return failure.Ok();
+}
+
+lib::Date ItemExporter::Present() {
+  if (const std::int64_t now = lib::NowUtc(); now != presentUtc_) {
+    presentUtc_ = now;
+    present_ = lib::Now();
+  }
+  return present_;
 }
 
 void ItemExporter::NoteLeftOut(const lib::SelectedFile& file) {

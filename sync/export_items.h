@@ -51,6 +51,8 @@ class ItemExporter {
   void NoteLeftOut(const lib::SelectedFile& file);
   // The first file of the item that is newer than the last export; empty when there is none.
   [[nodiscard]] std::string FirstDueFile(const db::FileRec& item) const;
+  // The present time, which is worked out once a second.
+  [[nodiscard]] lib::Date Present();
   // Has the files of the coming rows read ahead.
   void LookAhead(int row);
   void CountBytes();
@@ -60,6 +62,7 @@ class ItemExporter {
   net::TargetRec target_;
   std::string targetId_;
   lib::Date lastExport_;
+  std::string noneNewer_;  // the line for an item without files newer than that
   lib::Date started_;
   db::MemoryRows rows_;
   db::Catalogue list_;
@@ -67,6 +70,8 @@ class ItemExporter {
   std::optional<lib::ReadAhead> ahead_;
   int row_ = 0;       // the row in hand
   int aheadRow_ = 0;  // the last row whose files are wanted ahead
+  std::int64_t presentUtc_ = 0;
+  lib::Date present_ = 0;
   DateHold hold_;
   lib::Progress progress_;
 };
