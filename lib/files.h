@@ -20,7 +20,6 @@ struct FileInfo {
   std::int64_t size = 0;  // bytes
   // Local times to the second. Only an open file tells a creation time that SetTimes has kept beside the system's own.
   Date created = 0;
-  Date accessed = 0;
   Date written = 0;
   bool directory = false;
   bool readOnly = false;  // no write bit for its owner

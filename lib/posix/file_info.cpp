@@ -52,7 +52,6 @@ FileInfo ToFileInfo(const struct statx& facts, std::optional<std::int64_t> creat
   FileInfo info;
   info.size = static_cast<std::int64_t>(facts.stx_size);
   info.created = UtcToDate(CreatedSeconds(facts, created));
-  info.accessed = UtcToDate(facts.stx_atime.tv_sec);
   info.written = UtcToDate(facts.stx_mtime.tv_sec);
   info.directory = S_ISDIR(facts.stx_mode);
   info.readOnly = IsReadOnly(facts.stx_mode);

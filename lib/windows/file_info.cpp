@@ -22,7 +22,6 @@ DWORD ReadFacts(HANDLE file, Facts& facts) {
   if (GetFileInformationByHandle(file, &told) == 0) return GetLastError();
   facts.attributes = told.dwFileAttributes;
   facts.created = told.ftCreationTime;
-  facts.accessed = told.ftLastAccessTime;
   facts.written = told.ftLastWriteTime;
   facts.size = Joined(told.nFileSizeHigh, told.nFileSizeLow);
   facts.device = told.dwVolumeSerialNumber;
@@ -63,7 +62,6 @@ FileInfo ToFileInfo(const Facts& facts) {
   FileInfo info;
   info.size = facts.size;
   info.created = UtcToDate(ToUtc(facts.created));
-  info.accessed = UtcToDate(ToUtc(facts.accessed));
   info.written = UtcToDate(ToUtc(facts.written));
   info.directory = facts.IsDirectory();
   info.readOnly = facts.IsReadOnly();

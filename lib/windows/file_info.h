@@ -12,7 +12,6 @@ namespace zelkor::lib::windows {
 struct Facts {
   DWORD attributes = 0;
   FILETIME created{};
-  FILETIME accessed{};
   FILETIME written{};
   std::int64_t changed = 0;  // the last change of anything about the file, in the system's units
   std::int64_t size = 0;
