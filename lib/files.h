@@ -72,6 +72,9 @@ class File {
   [[nodiscard]] Status SetLength(std::int64_t length);
   // Content and length are on the medium when this returns.
   [[nodiscard]] Status Flush();
+  // These bytes begin to go to the medium, where the system can be told so; a Flush to come then has less to wait for,
+  // and tells of failures.
+  void BeginFlush(std::int64_t offset, std::int64_t count);
   [[nodiscard]] Result<FileInfo> Info() const;
   // Whether size, content and times are what `before` tells of the same file.
   [[nodiscard]] Result<bool> StillIs(const FileInfo& before) const;

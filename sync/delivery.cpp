@@ -27,6 +27,7 @@ class FolderDelivery : public Delivery {
       : context_(context), target_(target), place_(std::move(place)) {}
 
   bool ChooseDestination() override;
+  [[nodiscard]] bool Keeps(TemporarySyncFile& file) const override;
   bool Deliver(TemporarySyncFile& file) override;
 
  private:
@@ -56,6 +57,12 @@ bool FolderDelivery::ChooseDestination() {
   destination_ = FreeSyncFileName(folder, baseName, context_.targets.TargetIds());
   context_.log.LogLine("Exporting to " + destination_);
   return true;
+}
+
+bool FolderDelivery::Keeps(TemporarySyncFile& file) const {
+  const lib::Result<std::uint64_t> device = file.Content().Device();
+  const lib::Result<lib::FileInfo> folder = lib::GetFileInfo(lib::DirectoryPart(destination_));
+  return device.Ok() && folder.Ok() && folder->device == *device;
 }
 
 bool FolderDelivery::Deliver(TemporarySyncFile& file) {

@@ -17,6 +17,8 @@ class Delivery {
 
   // Finds out where the file goes, before it is written. False, after a message, when that can not be.
   virtual bool ChooseDestination() = 0;
+  // Whether this very file, which is not written yet, is to last as what is delivered.
+  [[nodiscard]] virtual bool Keeps(TemporarySyncFile& /*file*/) const { return false; }
   // False, after a message or a line of the log, when the file did not arrive, or not in Vandry's hands.
   virtual bool Deliver(TemporarySyncFile& file) = 0;
   // The address of a computer that will confirm its import, which then stores the export date; empty: the delivery is

@@ -72,7 +72,7 @@ ExportResult Export::Run() {
 }
 
 bool Export::WriteSyncFile(TemporarySyncFile& file, ItemExporter& items) {
-  SyncWriter writer(file.Content());
+  SyncWriter writer(file.Content(), delivery_->Keeps(file));
   lib::Status failure = writer.WriteFileHeader(MakeSyncFileHeader(context_.computerId, started_));
   const bool written = failure.Ok() && items.WriteBlock(writer, failure);
   if (written) failure = writer.Flush();

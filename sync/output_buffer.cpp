@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace zelkor::sync {
 
@@ -9,9 +10,18 @@ namespace {
 constexpr std::size_t kBufferBytes = std::size_t{1} << 17;
 // Shorter stretches are read into the buffer, longer ones left to the kernel.
 constexpr std::int64_t kSmallCopy = std::int64_t{1} << 16;
+// Sent to the medium at a time: enough to lie there in one piece.
+constexpr std::int64_t kFlushBytes = std::int64_t{4} << 20;
 }  // namespace
 
-OutputBuffer::OutputBuffer(lib::File& file) : file_(file), buffer_(kBufferBytes) {}
+OutputBuffer::OutputBuffer(lib::File& file, bool lasts) : file_(file), lasts_(lasts), buffer_(kBufferBytes) {}
+
+void OutputBuffer::Moved(std::int64_t count) {
+  flushed_ += count;
+  if (!lasts_ || flushed_ - begun_ < kFlushBytes) return;
+  file_.BeginFlush(begun_, flushed_ - begun_);
+  begun_ = flushed_;
+}
 
 lib::Status OutputBuffer::Append(std::span<const char> bytes) {
   while (!bytes.empty()) {
@@ -45,6 +55,7 @@ lib::Status OutputBuffer::Rewind(std::int64_t position) {
   }
   used_ = 0;
   flushed_ = position;
+  begun_ = std::min(begun_, position);
   return file_.SetLength(position);
 }
 
@@ -54,7 +65,7 @@ lib::CopyOutcome OutputBuffer::AppendFrom(const lib::File& source, std::int64_t 
     outcome.status = Flush();
     if (!outcome.status.Ok()) return outcome;
     outcome = lib::CopyRange(source, offset, file_, flushed_, count);
-    flushed_ += outcome.copied;
+    Moved(outcome.copied);
     return outcome;
   }
   const auto wanted = static_cast<std::size_t>(count);
@@ -77,8 +88,7 @@ lib::CopyOutcome OutputBuffer::AppendFrom(const lib::File& source, std::int64_t 
 lib::Status OutputBuffer::Flush() {
   if (used_ == 0) return {};
   if (lib::Status written = file_.WriteAt(flushed_, std::span(buffer_).first(used_)); !written.Ok()) return written;
-  flushed_ += static_cast<std::int64_t>(used_);
-  used_ = 0;
+  Moved(static_cast<std::int64_t>(std::exchange(used_, 0)));
   return {};
 }
 

@@ -11,8 +11,9 @@ namespace zelkor::sync {
 
 class OutputBuffer {
  public:
-  // Writes `file` from its start. The file must outlive the buffer; call Flush before closing it.
-  explicit OutputBuffer(lib::File& file);
+  // Writes `file` from its start. The file must outlive the buffer; call Flush before closing it. One that `lasts` goes
+  // to its medium while it is written.
+  OutputBuffer(lib::File& file, bool lasts);
 
   [[nodiscard]] std::int64_t Position() const { return flushed_ + static_cast<std::int64_t>(used_); }
   [[nodiscard]] lib::Status Append(std::span<const char> bytes);
@@ -25,10 +26,15 @@ class OutputBuffer {
   [[nodiscard]] lib::Status Flush();
 
  private:
+  // So many more bytes are in the file.
+  void Moved(std::int64_t count);
+
   lib::File& file_;
+  const bool lasts_;
   std::vector<char> buffer_;
   std::size_t used_ = 0;
   std::int64_t flushed_ = 0;  // bytes of the file before the buffer's
+  std::int64_t begun_ = 0;    // bytes of the file that are on their way to the medium
 };
 
 }  // namespace zelkor::sync

@@ -26,7 +26,8 @@ enum class EntryOutcome {
 
 class SyncWriter {
  public:
-  explicit SyncWriter(lib::File& file) : output_(file) {}
+  // One that `lasts` goes to its medium while it is written.
+  SyncWriter(lib::File& file, bool lasts) : output_(file, lasts) {}
 
   [[nodiscard]] lib::Status WriteFileHeader(const SyncFileHeader& header);
 

@@ -27,7 +27,8 @@ std::string Little(std::int64_t value, int width) {
 class Writer : public tests::Sandbox {
  protected:
   Writer()
-      : file_(std::move(*lib::File::Open(OnDriveZ(Root() / "out.cas"), lib::OpenMode::CreateNew))), writer_(file_) {}
+      : file_(std::move(*lib::File::Open(OnDriveZ(Root() / "out.cas"), lib::OpenMode::CreateNew))),
+        writer_(file_, false) {}
 
   std::string MakeFile(const std::string& name, const std::string& content) {
     WriteNative(Root() / name, content);

@@ -143,6 +143,10 @@ Status File::SetLength(std::int64_t length) {
   return failed == 0 ? Status() : SystemFailure(errno, state_->path);
 }
 
+void File::BeginFlush(std::int64_t offset, std::int64_t count) {
+  static_cast<void>(sync_file_range(state_->file.Get(), offset, count, SYNC_FILE_RANGE_WRITE));
+}
+
 Status File::Flush() {
   const int failed = Uninterrupted([&] { return fdatasync(state_->file.Get()); });
   return failed == 0 ? Status() : SystemFailure(errno, state_->path);

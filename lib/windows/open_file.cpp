@@ -152,6 +152,8 @@ Status File::SetLength(std::int64_t length) {
   return done != 0 ? Status() : SystemFailure(GetLastError(), state_->path);
 }
 
+void File::BeginFlush(std::int64_t /*offset*/, std::int64_t /*count*/) {}
+
 Status File::Flush() {
   return FlushFileBuffers(state_->file.Get()) != 0 ? Status() : SystemFailure(GetLastError(), state_->path);
 }
