@@ -123,8 +123,8 @@ Peers count with their sync here. What a small file costs in calls to the system
 | Export | fstatat, open, fstat, read, fstat, close | open, statx, fgetxattr, read, statx, close on a second thread as far as it comes; \
 one write to the log, one to standard output |
 | Import | open, write, utimensat, fchown, fchmod, close | statx, 2 stats of the directory, write of the item, linkat, stat of \
-the directory, close; two writes to the log, two to standard output; and on a second thread as far as it comes: statx, open \
-without a name, write, fsetxattr, utimensat |
+the directory, close; one write to the log, one to standard output; and on a second thread as far as it comes: statx, open \
+without a name, write, fsetxattr, utimensat; on a third the flush |
 
 - An import makes each file whole before it takes its name, records its item in between, keeps its creation time and
   flushes each line of the log: tar does none of these, and the floor, which does them all, takes longer than tar too.

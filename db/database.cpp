@@ -88,6 +88,8 @@ bool Database::CompactDatabase() {
   return false;
 }
 
+lib::Status Database::FlushItems() { return itemFile_.Flush(); }
+
 void Database::ReadItem(std::int32_t recno) {
   assert(recno >= 1 && recno <= recordCount_);
   const lib::Result<bool> whole = window_.Read(itemFile_, recno, item_);

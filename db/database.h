@@ -42,6 +42,8 @@ class Database {
   [[nodiscard]] FileRec& Item() { return item_; }
   void ReadItem(std::int32_t recno);
   void WriteItem(std::int32_t recno);
+  // The items written so far are on the medium when this returns.
+  [[nodiscard]] lib::Status FlushItems();
   // A record to come, for whoever looks ahead of ReadItem; leaves Item() alone. All zero when it can not be read, which
   // is for ReadItem to tell.
   void PeekItem(std::int32_t recno, FileRec& item);

@@ -106,8 +106,12 @@ TEST_F(FileSystem, ListDirectoryTellsAMissingDirectory) {
 TEST_F(FileSystem, FlushWhatExists) {
   WriteNative(Home() / "dir/a.txt", "");
   EXPECT_TRUE(FlushDirectory("c:\\DIR").Ok());
-  EXPECT_TRUE(FlushFileSystem("c:\\dir\\a.txt").Ok());
-  EXPECT_TRUE(FlushFileSystem("c:\\dir").Ok());
+  for (const char* const path : {"c:\\dir\\a.txt", "c:\\dir\\comes.txt", "c:\\dir"}) {
+    const Result<Volume> volume = Volume::Of(path);
+    ASSERT_TRUE(volume.Ok()) << path;
+    EXPECT_TRUE(volume->Flush().Ok()) << path;
+  }
+  EXPECT_EQ(Volume::Of("c:\\none\\a.txt").Why(), Cause::PathNotFound);
   EXPECT_EQ(FlushDirectory("c:\\none").Why(), Cause::PathNotFound);
 }
 

@@ -87,6 +87,7 @@ class File {
  private:
   friend class NewFile;
   friend class UnnamedFile;
+  friend class UnnamedFileMaker;
   friend Status MoveToFreeName(File&, std::string_view);
   friend CopyOutcome CopyRange(const File&, std::int64_t, File&, std::int64_t, std::int64_t);
   struct State;
@@ -98,13 +99,9 @@ class File {
                                     std::int64_t count);
 
 // What a file is to hold, made ahead of the decision to take it: a file without a name, which is gone with the object
-// unless a NewFile takes it over. Everything here may happen on any thread, for only the directory as it is spelled is
-// looked at.
+// unless a NewFile takes it over.
 class UnnamedFile {
  public:
-  // `path` is the name that it may get; only its directory counts, which may still be missing: it will be made below
-  // the nearest one that is there. Fails where files can not be without a name.
-  [[nodiscard]] static Result<UnnamedFile> Make(std::string_view path);
   UnnamedFile(UnnamedFile&&) noexcept;
   UnnamedFile& operator=(UnnamedFile&&) noexcept;
   UnnamedFile(const UnnamedFile&) = delete;
@@ -115,8 +112,27 @@ class UnnamedFile {
 
  private:
   friend class NewFile;
+  friend class UnnamedFileMaker;
   struct State;
   explicit UnnamedFile(std::unique_ptr<State> state);
+  std::unique_ptr<State> state_;
+};
+
+// Makes files without a name, on any one thread: only the directory as it is spelled is looked at, and what was found
+// out about it serves all files in a row that may go there.
+class UnnamedFileMaker {
+ public:
+  UnnamedFileMaker();
+  UnnamedFileMaker(const UnnamedFileMaker&) = delete;
+  UnnamedFileMaker& operator=(const UnnamedFileMaker&) = delete;
+  ~UnnamedFileMaker();
+
+  // `path` is the name that the file may get; only its directory counts, which may still be missing: it will be made
+  // below the nearest one that is there. Fails where files can not be without a name.
+  [[nodiscard]] Result<UnnamedFile> Make(std::string_view path);
+
+ private:
+  struct State;
   std::unique_ptr<State> state_;
 };
 
@@ -191,8 +207,26 @@ struct DirectoryEntry {
 };
 [[nodiscard]] Result<std::vector<DirectoryEntry>> ListDirectory(std::string_view directory);
 
-// The changes made so far to files on the file system of `path` are on the medium when this returns.
-[[nodiscard]] Status FlushFileSystem(std::string_view path);
+// A file system, held through one of its directories.
+class Volume {
+ public:
+  // The one that `path` is on, or would be on: a file's directory has to exist, the file need not.
+  [[nodiscard]] static Result<Volume> Of(std::string_view path);
+  Volume(Volume&&) noexcept;
+  Volume& operator=(Volume&&) noexcept;
+  Volume(const Volume&) = delete;
+  Volume& operator=(const Volume&) = delete;
+  ~Volume();
+
+  // The changes made so far to its files are on the medium when this returns. May be called on any thread.
+  [[nodiscard]] Status Flush() const;
+
+ private:
+  struct State;
+  explicit Volume(std::unique_ptr<State> state);
+  std::unique_ptr<State> state_;
+};
+
 // The renames and new names of a directory are on the medium when this returns.
 [[nodiscard]] Status FlushDirectory(std::string_view directory);
 

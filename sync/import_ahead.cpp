@@ -12,15 +12,21 @@ namespace zelkor::sync {
 
 namespace {
 
+// So much is known at most that the import has not fetched.
+constexpr std::size_t kMost = 1024;
 // So many files stand ready at most; each holds a handle. The thread goes on when there are only few left, so that it
 // is woken seldom.
-constexpr std::size_t kMost = 96;
-constexpr std::size_t kFew = 32;
+constexpr std::size_t kMostFiles = 96;
+constexpr std::size_t kFewFiles = 32;
+// Where nothing is to be made, the two threads meet once in so many files only.
+constexpr std::size_t kTogether = 16;
+// Once overtaken the thread leaves so many files to the import: a few ahead of it, it would be overtaken again at once.
+constexpr int kLeap = 32;
 
 }  // namespace
 
-ImportAhead::ImportAhead(const std::string& path, const db::RemapTable& remap, lib::Date cutoff)
-    : remap_(remap), cutoff_(cutoff) {
+ImportAhead::ImportAhead(const std::string& path, const db::RemapTable& remap, lib::Date cutoff, bool makes)
+    : remap_(remap), cutoff_(cutoff), makes_(makes) {
   lib::Result<lib::File> file = lib::File::Open(path, lib::OpenMode::Read);
   if (!file.Ok()) return;
   file_ = std::move(*file);
@@ -41,20 +47,40 @@ void ImportAhead::Stop() {
   }
   if (thread_.joinable()) thread_.join();
   made_.clear();
+  mine_.clear();
+  unpublished_.clear();
 }
 
-std::optional<lib::UnnamedFile> ImportAhead::Take(std::int64_t place, const std::string& localPath) {
-  std::unique_lock lock(mutex_);
+ImportAhead::Found ImportAhead::Take(std::int64_t place, const std::string& localPath) {
   passed_ = place;
-  while (!made_.empty() && made_.front().place < place) made_.pop_front();
-  if (made_.empty() && making_ == place) news_.wait(lock, [&] { return making_ != place; });
-  std::optional<lib::UnnamedFile> file;
-  if (!made_.empty() && made_.front().place == place) {
-    if (made_.front().path == localPath) file = std::move(made_.front().file);
-    made_.pop_front();
+  Made* const made = Next(place);
+  if (made == nullptr) return {};
+  Found found;
+  if (made->path == localPath) found = std::move(made->found);
+  if (made->seenAt <= written_) found.local.reset();
+  DropFirst();
+  return found;
+}
+
+void ImportAhead::DropFirst() {
+  const bool held = mine_.front().held;
+  mine_.pop_front();
+  if (!held || --files_ > kFewFiles || !waiting_) return;
+  const std::lock_guard lock(mutex_);
+  room_.notify_one();
+}
+
+ImportAhead::Made* ImportAhead::Next(std::int64_t place) {
+  while (!mine_.empty() && mine_.front().place < place) DropFirst();
+  if (mine_.empty()) {
+    std::unique_lock lock(mutex_);
+    if (made_.empty() && making_ == place) news_.wait(lock, [&] { return making_ != place; });
+    mine_.swap(made_);
+    room_.notify_one();
+    lock.unlock();
+    while (!mine_.empty() && mine_.front().place < place) DropFirst();
   }
-  if (waiting_ && made_.size() <= kFew) room_.notify_one();
-  return file;
+  return !mine_.empty() && mine_.front().place == place ? &mine_.front() : nullptr;
 }
 
 void ImportAhead::Work() {
@@ -66,9 +92,7 @@ void ImportAhead::Work() {
   } catch (const DamagedSyncFile&) {
     // The import will find it.
   }
-  const std::lock_guard lock(mutex_);
-  making_ = 0;
-  news_.notify_one();
+  Publish();
 }
 
 void ImportAhead::MakeAll(SyncReader& reader) {
@@ -81,54 +105,78 @@ void ImportAhead::MakeAll(SyncReader& reader) {
       for (std::int32_t j = 0; j < item.Number(db::FileRec::kFileCount); ++j) {
         FileHeader entry;
         reader.ReadEntry(entry);
-        if (entry.Number(FileHeader::kSize) > kLongest) continue;
         const std::int64_t place = reader.Position();
-        if (!Claim(place)) {
+        const std::optional<std::int64_t> seenAt = Claim(place);
+        if (!seenAt) {
           if (ending_) return;
           continue;
         }
-        Put(Make(reader, entry, item));
+        std::optional<Made> made = Look(place, entry, item);
+        if (!made) continue;
+        made->seenAt = *seenAt;
+        const lib::Date local = made->found.local ? made->found.local->written : 0;
+        const bool wanted = makes_ && entry.Number(FileHeader::kSize) <= kLongest &&
+                            Takes(Decide(local, entry.Date(FileHeader::kWritten), cutoff_));
+        const bool awaited = wanted && Begin(place);
+        if (awaited) made->found.file = Make(reader, entry, made->path);
+        made->held = made->found.file.has_value();
+        if (made->held) ++files_;
+        unpublished_.push_back(*std::move(made));
+        if (awaited || unpublished_.size() >= kTogether) Publish();
       }
     }
   }
 }
 
-bool ImportAhead::Claim(std::int64_t place) {
-  std::unique_lock lock(mutex_);
-  if (made_.size() >= kMost) {
-    waiting_ = true;
-    room_.wait(lock, [this] { return ending_ || made_.size() <= kFew; });
-    waiting_ = false;
-  }
+std::optional<std::int64_t> ImportAhead::Claim(std::int64_t place) {
+  const std::int64_t passed = passed_;
+  if (place <= passed) leap_ = kLeap;
+  if (ending_ || place <= passed || --leap_ >= 0) return std::nullopt;
+  leap_ = 0;
+  return passed;
+}
+
+std::optional<ImportAhead::Made> ImportAhead::Look(std::int64_t place, const FileHeader& entry,
+                                                   const db::FileRec& item) const {
+  const std::string shared = SharedPath(entry, item);
+  if (shared.empty()) return std::nullopt;
+  std::string path = remap_.RemapPath(shared, true);
+  if (!lib::CheckReceivedPath(path).Ok() || !lib::IsDate(entry.Date(FileHeader::kWritten))) return std::nullopt;
+  Made made{.place = place, .seenAt = 0, .path = std::move(path), .found = {}};
+  const lib::Result<lib::FileInfo> local = lib::GetInfoAsSpelled(made.path);
+  if (local.Ok()) made.found.local = *local;
+  return made;
+}
+
+bool ImportAhead::Begin(std::int64_t place) {
+  Publish();
+  const std::lock_guard lock(mutex_);
   if (ending_ || place <= passed_) return false;
   making_ = place;
   return true;
 }
 
-std::optional<ImportAhead::Made> ImportAhead::Make(SyncReader& reader, const FileHeader& entry,
-                                                   const db::FileRec& item) const {
-  const std::int64_t place = reader.Position();
-  const std::string shared = SharedPath(entry, item);
-  if (shared.empty()) return std::nullopt;
-  const std::string path = remap_.RemapPath(shared, true);
-  const lib::Date written = entry.Date(FileHeader::kWritten);
-  if (!lib::CheckReceivedPath(path).Ok() || !lib::IsDate(written)) return std::nullopt;
-  const lib::Result<lib::FileInfo> local = lib::GetInfoAsSpelled(path);
-  if (!Takes(Decide(local.Ok() ? local->written : 0, written, cutoff_))) return std::nullopt;
-  lib::Result<lib::UnnamedFile> file = lib::UnnamedFile::Make(path);
+std::optional<lib::UnnamedFile> ImportAhead::Make(SyncReader& reader, const FileHeader& entry,
+                                                  const std::string& path) {
+  lib::Result<lib::UnnamedFile> file = maker_.Make(path);
   if (!file.Ok()) return std::nullopt;
   lib::Status done = reader.CopyContent(file->Content(), [](std::int64_t) {});
+  const lib::Date written = entry.Date(FileHeader::kWritten);
   if (done.Ok()) done = file->Content().SetTimes(entry.Date(FileHeader::kCreated), written);
   if (!done.Ok()) return std::nullopt;
-  return Made{.place = place, .path = path, .file = std::move(*file)};
+  return std::move(*file);
 }
 
-void ImportAhead::Put(std::optional<Made> made) {
-  const std::lock_guard lock(mutex_);
-  const bool awaited = making_ == passed_;
+void ImportAhead::Publish() {
+  std::unique_lock lock(mutex_);
   making_ = 0;
-  if (made) made_.push_back(*std::move(made));
-  if (awaited) news_.notify_one();
+  for (Made& made : unpublished_) made_.push_back(std::move(made));
+  unpublished_.clear();
+  news_.notify_one();
+  if (made_.size() < kMost && files_ < kMostFiles) return;
+  waiting_ = true;
+  room_.wait(lock, [this] { return ending_ || (made_.size() < kMost && files_ <= kFewFiles); });
+  waiting_ = false;
 }
 
 }  // namespace zelkor::sync

@@ -15,6 +15,7 @@ namespace fs = std::filesystem;
 constexpr lib::Date kWritten = 46000.5;
 constexpr lib::Date kCreated = 45000.25;
 constexpr lib::Date kNeverImported = 0;
+constexpr bool kMakes = true;
 
 class ImportAheadTest : public tests::Sandbox {
  protected:
@@ -37,9 +38,9 @@ class ImportAheadTest : public tests::Sandbox {
   // Asks until the thread has come that far: what it has not begun yet it leaves to the import.
   std::optional<lib::UnnamedFile> TakeLast(const std::string& path) {
     for (int i = 0; i < 10000; ++i) {
-      ImportAhead ahead("c:\\a.cas", remap_, kNeverImported);
+      ImportAhead ahead("c:\\a.cas", remap_, kNeverImported, kMakes);
       std::this_thread::yield();
-      if (std::optional<lib::UnnamedFile> file = ahead.Take(places_.back(), path)) return file;
+      if (std::optional<lib::UnnamedFile> file = ahead.Take(places_.back(), path).file) return file;
     }
     return std::nullopt;
   }
@@ -79,8 +80,8 @@ TEST_F(ImportAheadTest, GivesAFileForThePathOnlyThatItWasMadeFor) {
   WriteSyncFile({{"c:\\in\\a", "first"}});
   ASSERT_TRUE(TakeLast("c:\\in\\a"));
   for (int i = 0; i < 100; ++i) {
-    ImportAhead ahead("c:\\a.cas", remap_, kNeverImported);
-    EXPECT_FALSE(ahead.Take(places_.back(), "c:\\in\\other"));
+    ImportAhead ahead("c:\\a.cas", remap_, kNeverImported, kMakes);
+    EXPECT_FALSE(ahead.Take(places_.back(), "c:\\in\\other").file);
   }
 }
 
@@ -90,9 +91,49 @@ TEST_F(ImportAheadTest, NeverGivesWhatWasNotToBeTaken) {
   ASSERT_FALSE(lib::SetFileDate("c:\\in\\same", lib::FileTime::Written, kWritten));
   WriteSyncFile({{"c:\\in\\same", "there"}, {"c:\\in\\long", std::string(100000, 'x')}});
   for (int i = 0; i < 100; ++i) {
-    ImportAhead ahead("c:\\a.cas", remap_, kNeverImported);
-    EXPECT_FALSE(ahead.Take(places_[0], "c:\\in\\same"));
-    EXPECT_FALSE(ahead.Take(places_[1], "c:\\in\\long"));
+    ImportAhead ahead("c:\\a.cas", remap_, kNeverImported, kMakes);
+    EXPECT_FALSE(ahead.Take(places_[0], "c:\\in\\same").file);
+    EXPECT_FALSE(ahead.Take(places_[1], "c:\\in\\long").file);
+  }
+}
+
+TEST_F(ImportAheadTest, TellsOfTheLocalFileAndMakesNoneWhenItOnlyLooks) {
+  fs::create_directory(Home() / "in");
+  WriteNative(Home() / "in/a", "older");
+  ASSERT_FALSE(lib::SetFileDate("c:\\in\\a", lib::FileTime::Written, kWritten - 1));
+  // The same file again and again: what is asked for before it was seen is left to the import.
+  const std::vector<std::pair<std::string, std::string>> files(500, {"c:\\in\\a", "newer"});
+  WriteSyncFile(files);
+  int seen = 0;
+  for (int round = 0; round < 1000 && seen == 0; ++round) {
+    ImportAhead ahead("c:\\a.cas", remap_, kNeverImported, !kMakes);
+    for (const std::int64_t place : places_) {
+      std::this_thread::yield();
+      const ImportAhead::Found found = ahead.Take(place, "c:\\in\\a");
+      EXPECT_FALSE(found.file);
+      if (!found.local) continue;
+      ++seen;
+      EXPECT_EQ(found.local->written, kWritten - 1);
+    }
+  }
+  EXPECT_GT(seen, 0);
+}
+
+TEST_F(ImportAheadTest, TellsNothingThatItSawBeforeTheImportWrote) {
+  fs::create_directory(Home() / "in");
+  WriteNative(Home() / "in/b", "old");
+  WriteSyncFile({{"c:\\in\\a", "first"}, {"c:\\in\\b", "second"}});
+  for (int i = 0; i < 500; ++i) {
+    ASSERT_FALSE(lib::SetFileDate("c:\\in\\b", lib::FileTime::Written, kWritten - 2));
+    ImportAhead ahead("c:\\a.cas", remap_, kNeverImported, !kMakes);
+    std::this_thread::yield();
+    (void)ahead.Take(places_[0], "c:\\in\\a");
+    ASSERT_FALSE(lib::SetFileDate("c:\\in\\b", lib::FileTime::Written, kWritten - 1));
+    ahead.Wrote();
+    const ImportAhead::Found found = ahead.Take(places_[1], "c:\\in\\b");
+    if (found.local) {
+      EXPECT_EQ(found.local->written, kWritten - 1);
+    }
   }
 }
 
@@ -107,9 +148,9 @@ TEST_F(ImportAheadTest, GoesThroughFarMoreFilesThanItKeeps) {
   int given = 0;
   // Again and again, for the two threads wait for each other in ever new ways.
   for (int round = 0; round < 10; ++round) {
-    ImportAhead ahead("c:\\a.cas", remap_, kNeverImported);
+    ImportAhead ahead("c:\\a.cas", remap_, kNeverImported, kMakes);
     for (std::size_t i = 0; i < files.size(); ++i) {
-      std::optional<lib::UnnamedFile> file = ahead.Take(places_[i], files[i].first);
+      std::optional<lib::UnnamedFile> file = ahead.Take(places_[i], files[i].first).file;
       if (!file) {
         std::this_thread::yield();
         continue;
@@ -129,8 +170,8 @@ TEST_F(ImportAheadTest, EndsWhileManyFilesStandReady) {
   for (int i = 0; i < kFiles; ++i) files.emplace_back("c:\\in\\f" + std::to_string(i), "x");
   WriteSyncFile(files);
   for (int i = 0; i < 20; ++i) {
-    ImportAhead ahead("c:\\a.cas", remap_, kNeverImported);
-    (void)ahead.Take(places_[static_cast<std::size_t>(i)], files[static_cast<std::size_t>(i)].first);
+    ImportAhead ahead("c:\\a.cas", remap_, kNeverImported, kMakes);
+    (void)ahead.Take(places_[static_cast<std::size_t>(i)], files[static_cast<std::size_t>(i)].first).file;
     if (i % 2 == 0) ahead.Stop();
   }
   EXPECT_TRUE(fs::is_empty(Home() / "in"));
@@ -142,8 +183,8 @@ TEST_F(ImportAheadTest, LeavesADamagedFileToTheImport) {
   const std::string whole = ReadNative(Home() / "a.cas");
   for (std::size_t length = 0; length < whole.size(); length += 7) {
     WriteNative(Home() / "a.cas", whole.substr(0, length));
-    ImportAhead ahead("c:\\a.cas", remap_, kNeverImported);
-    EXPECT_FALSE(ahead.Take(places_[1], "c:\\in\\b")) << length;
+    ImportAhead ahead("c:\\a.cas", remap_, kNeverImported, kMakes);
+    EXPECT_FALSE(ahead.Take(places_[1], "c:\\in\\b").file) << length;
   }
 }
 

@@ -11,6 +11,9 @@ namespace zelkor::sync {
 
 namespace {
 
+// So few items are dealt with before a second thread has begun.
+constexpr std::int32_t kWorthAThread = 16;
+
 constexpr const char* kTooOld = "File is in Version < 2.14. Exiting...";
 
 bool IsMissing(lib::Cause cause) { return cause == lib::Cause::NotFound || cause == lib::Cause::PathNotFound; }
@@ -61,6 +64,11 @@ bool ItemImporter::ImportBlock(SyncReader& reader, const BlockHeader& block) {
   const std::int32_t count = block.Number(BlockHeader::kItemCount);
   progress_.items = 0;
   progress_.itemsTotal = count;
+  if (count >= kWorthAThread && !ahead_) {
+    // A question about each file leaves no hurry.
+    const bool makes = mode_ == ImportMode::Import && !confirmUpdates_;
+    ahead_.emplace(reader.Path(), context_.remap, cutoff_, makes);
+  }
   for (std::int32_t i = 0; i < count && goOn; ++i) {
     db::FileRec item;
     reader.ReadItem(item);
@@ -75,7 +83,8 @@ bool ItemImporter::ImportBlock(SyncReader& reader, const BlockHeader& block) {
 
 bool ItemImporter::ImportItem(SyncReader& reader, db::FileRec& item, Tally& tally) {
   const std::int32_t files = item.Number(db::FileRec::kFileCount);
-  context_.log.LogLine(item.Text(db::FileRec::kDescription) + ", " + std::to_string(files) + " files");
+  // What becomes of a small file is known at once, and logged together with this.
+  context_.log.LogHeading(item.Text(db::FileRec::kDescription) + ", " + std::to_string(files) + " files");
 
   db::Database& data = context_.catalogue.Data();
   recno_ = data.FindMemoId(item.Number(db::FileRec::kMemoId));
@@ -100,6 +109,7 @@ bool ItemImporter::ImportItem(SyncReader& reader, db::FileRec& item, Tally& tall
     if (decision == Decision::CanNotImport) allTaken_ = false;
     tally.Count(decision);
   }
+  context_.log.Settle();
   if (item.Deleted() && mode_ == ImportMode::Import && !noRoom && !recordWritten_) WriteRecord(item);
   return true;
 }
@@ -135,6 +145,13 @@ Decision ItemImporter::ImportEntry(SyncReader& reader, const FileHeader& entry, 
     LogReason("The file is one of Zelkor's own");
     return Decision::CanNotImport;
   }
+  ImportAhead::Found ahead;
+  if (ahead_) ahead = ahead_->Take(reader.Position(), localPath);
+  if (ahead.local && !ahead.local->directory) {
+    // What is not to be touched needs no second look.
+    const Decision decision = Decide(ahead.local->written, written, cutoff_);
+    if (!Takes(decision)) return decision;
+  }
   const lib::Result<lib::FileInfo> local = lib::GetFileInfo(localPath);
   if (!local.Ok() && !IsMissing(local.Why())) {
     LogReason(local.Failure().Message());
@@ -151,31 +168,33 @@ Decision ItemImporter::ImportEntry(SyncReader& reader, const FileHeader& entry, 
     LogReason("The file is read-only");
     return Decision::CanNotImport;
   }
-  return TakeFile(reader, entry, item, localPath, decision);
+  return TakeFile(reader, entry, item, localPath, decision, std::move(ahead.file));
 }
 
 Decision ItemImporter::TakeFile(SyncReader& reader, const FileHeader& entry, db::FileRec& item,
-                                const std::string& localPath, Decision decision) {
+                                const std::string& localPath, Decision decision, std::optional<lib::UnnamedFile> made) {
   if (confirmUpdates_) {
+    context_.log.Settle();
     context_.user.EndProgress();
     if (!context_.user.Confirm("Import " + localPath + "?", "Import")) {
       if (context_.user.InputEnded()) allTaken_ = false;
       return Decision::DidNotImport;
     }
   }
-  lib::Result<lib::NewFile> file = WholeFile(reader, entry, localPath);
+  lib::Result<lib::NewFile> file = WholeFile(reader, entry, localPath, std::move(made));
   if (!file.Ok() && file.Why() == lib::Cause::DiskFull && ahead_) {
     // What was made ahead may be what fills it.
     ahead_->Stop();
-    file = WholeFile(reader, entry, localPath);
+    file = WholeFile(reader, entry, localPath, std::nullopt);
   }
   lib::Status done = file.Ok() ? lib::Status() : file.Failure();
   if (done.Ok()) {
     // From here on the file is whole. Its item is recorded before it takes its name: a crash in between leaves an item
     // whose file comes again, never a file that belongs to no item.
-    NoteWritten(file->Content(), localPath);
+    written_.Wrote(file->Content(), localPath, entry.Number(FileHeader::kSize));
     if (!recordWritten_) WriteRecord(item);
     done = file->Replace();
+    if (ahead_) ahead_->Wrote();
   }
   if (!done.Ok()) {
     LogReason(done.Message());
@@ -185,9 +204,7 @@ Decision ItemImporter::TakeFile(SyncReader& reader, const FileHeader& entry, db:
 }
 
 lib::Result<lib::NewFile> ItemImporter::WholeFile(SyncReader& reader, const FileHeader& entry,
-                                                  const std::string& localPath) {
-  // Where nothing is taken nothing is made ahead; and a question about each file leaves no hurry.
-  if (!ahead_ && !confirmUpdates_) ahead_.emplace(reader.Path(), context_.remap, cutoff_);
+                                                  const std::string& localPath, std::optional<lib::UnnamedFile> made) {
   // Makes the directory when it is missing.
   const auto create = [&](auto&... content) {
     lib::Result<lib::NewFile> file = lib::NewFile::Create(localPath, content...);
@@ -196,12 +213,11 @@ lib::Result<lib::NewFile> ItemImporter::WholeFile(SyncReader& reader, const File
     }
     return file;
   };
-  if (ahead_) {
-    if (std::optional<lib::UnnamedFile> made = ahead_->Take(reader.Position(), localPath)) {
-      lib::Result<lib::NewFile> file = create(*made);
-      if (file.Ok()) return file;
-    }
+  if (made) {
+    lib::Result<lib::NewFile> file = create(*made);
+    if (file.Ok()) return file;
   }
+  context_.log.Settle();
   lib::Result<lib::NewFile> file = create();
   if (!file.Ok()) return file;
   lib::Status done = reader.CopyContent(file->Content(), [&](std::int64_t bytes) { ShowProgress(reader, bytes); });
@@ -210,20 +226,10 @@ lib::Result<lib::NewFile> ItemImporter::WholeFile(SyncReader& reader, const File
   return file;
 }
 
-void ItemImporter::NoteWritten(const lib::File& file, const std::string& path) {
-  std::string directory = lib::DirectoryPart(path);
-  if (directory == lastWrittenIn_) return;
-  const lib::Result<std::uint64_t> device = file.Device();
-  if (!device.Ok()) return;
-  writtenOn_.try_emplace(*device, path);
-  lastWrittenIn_ = std::move(directory);
-}
-
-lib::Status ItemImporter::FlushWritten() const {
-  for (const auto& [device, path] : writtenOn_) {
-    if (lib::Status flushed = lib::FlushFileSystem(path); !flushed.Ok()) return flushed;
-  }
-  return {};
+lib::Status ItemImporter::FlushWritten() {
+  const lib::Status files = written_.Finish();
+  const lib::Status items = context_.catalogue.Data().FlushItems();
+  return files.Ok() ? items : files;
 }
 
 void ItemImporter::LogSummary(const Tally& tally) {

@@ -2,13 +2,13 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "sync/context.h"
 #include "sync/decision.h"
+#include "sync/flush_behind.h"
 #include "sync/import.h"
 #include "sync/import_ahead.h"
 #include "sync/own_files.h"
@@ -28,7 +28,7 @@ class ItemImporter {
   // Whether everything was dealt with: no file failed, no block was skipped, no question ended with the input.
   [[nodiscard]] bool AllTaken() const { return allTaken_; }
   // What was written is on its media when this returns.
-  [[nodiscard]] lib::Status FlushWritten() const;
+  [[nodiscard]] lib::Status FlushWritten();
 
  private:
   bool ImportBlocks(SyncReader& reader);
@@ -39,10 +39,10 @@ class ItemImporter {
   // One file entry. `localPath` comes out as the entry's path on this computer.
   Decision ImportEntry(SyncReader& reader, const FileHeader& entry, db::FileRec& item, std::string& localPath);
   Decision TakeFile(SyncReader& reader, const FileHeader& entry, db::FileRec& item, const std::string& localPath,
-                    Decision decision);
-  // A file that holds the entry's content and has its times, but not yet its name.
-  lib::Result<lib::NewFile> WholeFile(SyncReader& reader, const FileHeader& entry, const std::string& localPath);
-  void NoteWritten(const lib::File& file, const std::string& path);
+                    Decision decision, std::optional<lib::UnnamedFile> made);
+  // A file that holds the entry's content and has its times, but not yet its name; the one made ahead if there is one.
+  lib::Result<lib::NewFile> WholeFile(SyncReader& reader, const FileHeader& entry, const std::string& localPath,
+                                      std::optional<lib::UnnamedFile> made);
   void LogSummary(const Tally& tally);
   void LogReason(const std::string& reason) { context_.log.LogLine("    " + reason); }
   void ShowProgress(const SyncReader& reader, std::int64_t bytesOfFile);
@@ -59,9 +59,8 @@ class ItemImporter {
   std::int32_t recno_ = 0;  // 0: the database is full, nothing of the item can be taken
   bool recordWritten_ = false;
 
-  std::optional<ImportAhead> ahead_;                // of the sync file in hand
-  std::map<std::uint64_t, std::string> writtenOn_;  // device, and a path on it
-  std::string lastWrittenIn_;                       // the directory last noted
+  std::optional<ImportAhead> ahead_;  // of the sync file in hand
+  FlushBehind written_;
   lib::Progress progress_;
 };
 

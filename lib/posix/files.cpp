@@ -205,13 +205,27 @@ Result<std::vector<DirectoryEntry>> ListDirectory(std::string_view directory) {
   return entries;
 }
 
-Status FlushFileSystem(std::string_view path) {
-  // Its directory is on the same file system, but for a link or a directory on which another one is mounted.
+struct Volume::State {
+  Descriptor directory;
+  std::string path;  // in the program's form
+};
+
+Volume::Volume(std::unique_ptr<State> state) : state_(std::move(state)) {}
+Volume::Volume(Volume&&) noexcept = default;
+Volume& Volume::operator=(Volume&&) noexcept = default;
+Volume::~Volume() = default;
+
+Result<Volume> Volume::Of(std::string_view path) {
+  // A file's directory is on the same file system, but for a link or a directory on which another one is mounted.
   std::string place(path);
   if (!DirectoryExists(path)) place = DirectoryPart(path);
-  const Result<Descriptor> directory = OpenDirectory(place);
+  Result<Descriptor> directory = OpenDirectory(place);
   if (!directory.Ok()) return directory.Failure();
-  return syncfs(directory->Get()) == 0 ? Status() : SystemFailure(errno, path);
+  return Volume(std::make_unique<State>(State{.directory = std::move(*directory), .path = std::move(place)}));
+}
+
+Status Volume::Flush() const {
+  return syncfs(state_->directory.Get()) == 0 ? Status() : SystemFailure(errno, state_->path);
 }
 
 Status FlushDirectory(std::string_view directory) {

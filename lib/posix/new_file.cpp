@@ -13,6 +13,7 @@
 #include "lib/posix/name_lookup.h"
 #include "lib/posix/open_file.h"
 #include "lib/posix/system_error.h"
+#include "lib/posix/unnamed_file.h"
 
 namespace zelkor::lib {
 namespace {
@@ -23,14 +24,13 @@ using posix::Uninterrupted;
 
 constexpr mode_t kPrivate = 0600;
 constexpr mode_t kPermissions = 0777;
-constexpr mode_t kAskedFor = 0666;  // of which the umask takes its part
 
 // What the user lets new files be: 0666 without the bits of the umask. Only setting it tells the umask.
 mode_t NewFileMode() {
   static const mode_t mode = [] {
     const mode_t mask = umask(077);
     umask(mask);
-    return static_cast<mode_t>(kAskedFor & ~mask);
+    return static_cast<mode_t>(posix::kAskedFor & ~mask);
   }();
   return mode;
 }
@@ -42,19 +42,6 @@ std::string TemporaryName(const std::string& directory) {
   std::snprintf(name.data(), name.size(), "~zelkor-%012llx.tmp",
                 static_cast<unsigned long long>(random() & 0xFFFFFFFFFFFFU));
   return (directory == "/" ? std::string() : directory) + "/" + name.data();
-}
-
-// An unnamed file can be named later only by way of /proc.
-bool UnnamedFilesCanBeNamed() {
-  static const bool can = access("/proc/self/fd", X_OK) == 0;
-  return can;
-}
-
-// A file without a name in that directory; nothing, and an errno, when it can not be. Nobody else can open it before it
-// has its name, so it may have its final mode from the start.
-std::optional<Descriptor> OpenUnnamed(const std::string& directory, mode_t mode) {
-  Descriptor file(Uninterrupted([&] { return open(directory.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, mode); }));
-  return file.IsOpen() ? std::optional(std::move(file)) : std::nullopt;
 }
 
 // Gives an open file a first or further name; 0 or an errno.
@@ -93,18 +80,6 @@ int RenameToFreeName(const std::string& from, const std::string& to) {
   struct stat info {};
   if (lstat(to.c_str(), &info) == 0) return EEXIST;
   return rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
-}
-
-// The nearest directory at or above this one that is there.
-std::string ExistingDirectory(std::string directory) {
-  while (directory != "/" && access(directory.c_str(), F_OK) != 0) directory = posix::DirectoryOf(directory);
-  return directory;
-}
-
-// Whether a directory gives new files its own group, or rights by an access control list: what is moved there would
-// lack them.
-bool HandsOn(const std::string& directory, const struct stat& info) {
-  return (info.st_mode & S_ISGID) != 0 || getxattr(directory.c_str(), "system.posix_acl_default", nullptr, 0) > 0;
 }
 
 // What a replaced file hands on.
@@ -161,50 +136,6 @@ NewFile::NewFile(NewFile&&) noexcept = default;
 NewFile& NewFile::operator=(NewFile&&) noexcept = default;
 NewFile::~NewFile() = default;
 
-struct UnnamedFile::State {
-  // Whether it is in this directory as if it had been made there.
-  [[nodiscard]] bool BelongsIn(const std::string& place) const;
-
-  File content;
-  std::string directory;   // native; of the name that it may get
-  bool madeAbove = false;  // that directory was missing
-};
-
-bool UnnamedFile::State::BelongsIn(const std::string& place) const {
-  if (place != directory) return false;
-  if (!madeAbove) return true;
-  struct stat info {};
-  const Result<std::uint64_t> device = content.Device();
-  return stat(place.c_str(), &info) == 0 && device.Ok() && info.st_dev == *device && !HandsOn(place, info);
-}
-
-UnnamedFile::UnnamedFile(std::unique_ptr<State> state) : state_(std::move(state)) {}
-UnnamedFile::UnnamedFile(UnnamedFile&&) noexcept = default;
-UnnamedFile& UnnamedFile::operator=(UnnamedFile&&) noexcept = default;
-UnnamedFile::~UnnamedFile() = default;
-
-Result<UnnamedFile> UnnamedFile::Make(std::string_view path) {
-  const Result<posix::WrittenPath> written = posix::Drives::Current().ToWritten(path);
-  if (!written.Ok()) return written.Failure();
-  if (!UnnamedFilesCanBeNamed()) return SystemFailure(EOPNOTSUPP, path);
-  auto state = std::make_unique<State>();
-  state->directory = posix::DirectoryOf(written->native);
-  std::optional<Descriptor> file = OpenUnnamed(state->directory, kAskedFor);
-  if (!file && errno == ENOENT) {
-    const std::string above = ExistingDirectory(state->directory);
-    struct stat place {};
-    if (stat(above.c_str(), &place) != 0) return SystemFailure(errno, path);
-    if (HandsOn(above, place)) return SystemFailure(EXDEV, path);
-    file = OpenUnnamed(above, kAskedFor);
-    state->madeAbove = true;
-  }
-  if (!file) return SystemFailure(errno, path);
-  state->content.state_ = std::make_unique<File::State>(*std::move(file), std::string(path));
-  return UnnamedFile(std::move(state));
-}
-
-File& UnnamedFile::Content() { return state_->content; }
-
 Result<std::unique_ptr<NewFile::State>> NewFile::Prepare(std::string_view path, Access access) {
   const Result<posix::WrittenPath> written = posix::Drives::Current().ToWritten(path);
   if (!written.Ok()) return written.Failure();
@@ -237,7 +168,7 @@ Result<NewFile> NewFile::Create(std::string_view path, UnnamedFile& content) {
   Result<std::unique_ptr<State>> prepared = Prepare(path, Access::Usual);
   if (!prepared.Ok()) return prepared.Failure();
   std::unique_ptr<State> state = std::move(*prepared);
-  if (!content.state_->BelongsIn(posix::DirectoryOf(state->target))) return SystemFailure(EXDEV, path);
+  if (!content.state_->place->TakesNamesIn(posix::DirectoryOf(state->target))) return SystemFailure(EXDEV, path);
   state->unnamed = true;
   state->content = std::move(content.state_->content);
   return NewFile(std::move(state));
@@ -250,9 +181,9 @@ Result<NewFile> NewFile::Create(std::string_view path, Access access) {
   const std::string directory = posix::DirectoryOf(state->target);
   Descriptor file;
   int error = EOPNOTSUPP;
-  if (UnnamedFilesCanBeNamed()) {
+  if (posix::UnnamedFilesCanBeNamed()) {
     std::optional<Descriptor> unnamed =
-        OpenUnnamed(directory, state->old || state->ownerOnly ? kPrivate : NewFileMode());
+        posix::OpenUnnamed(AT_FDCWD, directory.c_str(), state->old || state->ownerOnly ? kPrivate : NewFileMode());
     error = unnamed ? 0 : errno;
     state->unnamed = unnamed.has_value();
     if (unnamed) file = *std::move(unnamed);
@@ -350,7 +281,7 @@ Status MoveToFreeName(File& file, std::string_view path) {
   struct stat open {};
   struct stat named {};
   if (stat(directory.c_str(), &place) != 0 || fstat(descriptor, &open) != 0) return SystemFailure(errno, path);
-  if (place.st_dev != open.st_dev || HandsOn(directory, place)) return SystemFailure(EXDEV, path);
+  if (place.st_dev != open.st_dev || posix::HandsOn(directory, place)) return SystemFailure(EXDEV, path);
   // What has the file's name by now must still be the file.
   if (lstat(source->native.c_str(), &named) != 0) return SystemFailure(errno, file.Path());
   if (named.st_dev != open.st_dev || named.st_ino != open.st_ino) return SystemFailure(ENOENT, file.Path());

@@ -87,7 +87,7 @@ TEST_F(FileMadeAhead, TakesOverAContentThatWasMadeAhead) {
   WriteNative(Home() / "old", "old");
   fs::permissions(Home() / "old", fs::perms(0640));
   for (const std::string path : {"c:\\OLD", "c:\\new"}) {
-    Result<UnnamedFile> ahead = UnnamedFile::Make(path);
+    Result<UnnamedFile> ahead = UnnamedFileMaker().Make(path);
     ASSERT_TRUE(ahead.Ok()) << ahead.Failure().Message();
     ASSERT_TRUE(ahead->Content().WriteAt(0, std::string_view("whole")).Ok());
     EXPECT_EQ(NamesInHome(), 1);
@@ -103,13 +103,13 @@ TEST_F(FileMadeAhead, TakesOverAContentThatWasMadeAhead) {
 
 TEST_F(FileMadeAhead, TakesOverNoContentOfAnotherDirectory) {
   fs::create_directory(Home() / "in");
-  Result<UnnamedFile> ahead = UnnamedFile::Make("c:\\in\\a");
+  Result<UnnamedFile> ahead = UnnamedFileMaker().Make("c:\\in\\a");
   ASSERT_TRUE(ahead.Ok());
   EXPECT_FALSE(NewFile::Create("c:\\a", *ahead).Ok());
 }
 
 TEST_F(FileMadeAhead, TakesOverAContentWhoseDirectoryIsMadeLater) {
-  Result<UnnamedFile> ahead = UnnamedFile::Make("c:\\new\\deep\\a");
+  Result<UnnamedFile> ahead = UnnamedFileMaker().Make("c:\\new\\deep\\a");
   ASSERT_TRUE(ahead.Ok()) << ahead.Failure().Message();
   ASSERT_TRUE(ahead->Content().WriteAt(0, std::string_view("whole")).Ok());
   EXPECT_EQ(NewFile::Create("c:\\new\\deep\\a", *ahead).Why(), Cause::PathNotFound);
@@ -121,18 +121,32 @@ TEST_F(FileMadeAhead, TakesOverAContentWhoseDirectoryIsMadeLater) {
 
 // Files get the group of such a directory, and what was made elsewhere would not have it.
 TEST_F(FileMadeAhead, TakesOverNoContentWhereTheDirectoryHandsOnItsGroup) {
-  Result<UnnamedFile> ahead = UnnamedFile::Make("c:\\new\\a");
+  Result<UnnamedFile> ahead = UnnamedFileMaker().Make("c:\\new\\a");
   ASSERT_TRUE(ahead.Ok());
   fs::create_directory(Home() / "new");
   fs::permissions(Home() / "new", fs::perms(02755));
   EXPECT_FALSE(NewFile::Create("c:\\new\\a", *ahead).Ok());
   fs::permissions(Home(), fs::perms(02755));
-  EXPECT_FALSE(UnnamedFile::Make("c:\\other\\a").Ok());
+  EXPECT_FALSE(UnnamedFileMaker().Make("c:\\other\\a").Ok());
+}
+
+TEST_F(FileMadeAhead, IsMadeWhereItBelongsWhenItsDirectoryHasGoneAndComeBack) {
+  fs::create_directory(Home() / "in");
+  UnnamedFileMaker maker;
+  ASSERT_TRUE(maker.Make("c:\\in\\a").Ok());
+  fs::remove(Home() / "in");
+  EXPECT_FALSE(maker.Make("c:\\in\\b").Ok());
+  fs::create_directory(Home() / "in");
+  Result<UnnamedFile> ahead = maker.Make("c:\\in\\c");
+  ASSERT_TRUE(ahead.Ok());
+  Result<NewFile> file = NewFile::Create("c:\\in\\c", *ahead);
+  ASSERT_TRUE(file.Ok() && file->Replace().Ok());
+  EXPECT_TRUE(fs::exists(Home() / "in/c"));
 }
 
 TEST_F(FileMadeAhead, GivesAContentMadeAheadTheModeOfNewFiles) {
   const mode_t mask = umask(027);
-  Result<UnnamedFile> ahead = UnnamedFile::Make("c:\\a");
+  Result<UnnamedFile> ahead = UnnamedFileMaker().Make("c:\\a");
   umask(mask);
   ASSERT_TRUE(ahead.Ok());
   Result<NewFile> file = NewFile::Create("c:\\a", *ahead);

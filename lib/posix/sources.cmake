@@ -26,6 +26,7 @@ set(system_sources
   posix/socket_calls.cpp
   posix/system_error.cpp
   posix/terminal.cpp
+  posix/unnamed_file.cpp
 )
 set(system_tests
   posix/channel_socket_test.cpp

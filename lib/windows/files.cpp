@@ -176,13 +176,22 @@ Result<std::vector<DirectoryEntry>> ListDirectory(std::string_view directory) {
 
 // Here a file's content is on the medium before it takes its name (NewFile), and names are written through; a whole
 // volume only an administrator can flush.
-Status FlushFileSystem(std::string_view path) {
+struct Volume::State {};
+
+Volume::Volume(std::unique_ptr<State> state) : state_(std::move(state)) {}
+Volume::Volume(Volume&&) noexcept = default;
+Volume& Volume::operator=(Volume&&) noexcept = default;
+Volume::~Volume() = default;
+
+Result<Volume> Volume::Of(std::string_view path) {
   Facts facts;
   std::string place(path);
   if (!DirectoryExists(path)) place = DirectoryPart(path);
-  const Status known = ReadPathFacts(place, facts);
-  return known.Ok() ? Status() : SystemFailure(ERROR_PATH_NOT_FOUND, path);
+  if (!ReadPathFacts(place, facts).Ok()) return SystemFailure(ERROR_PATH_NOT_FOUND, path);
+  return Volume(std::make_unique<State>());
 }
+
+Status Volume::Flush() const { return {}; }
 
 Status FlushDirectory(std::string_view directory) {
   return DirectoryExists(directory) ? Status() : SystemFailure(ERROR_PATH_NOT_FOUND, directory);

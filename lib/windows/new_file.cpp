@@ -117,9 +117,14 @@ UnnamedFile::UnnamedFile(UnnamedFile&&) noexcept = default;
 UnnamedFile& UnnamedFile::operator=(UnnamedFile&&) noexcept = default;
 UnnamedFile::~UnnamedFile() = default;
 
-Result<UnnamedFile> UnnamedFile::Make(std::string_view path) { return SystemFailure(ERROR_NOT_SUPPORTED, path); }
-
 File& UnnamedFile::Content() { return state_->content; }
+
+struct UnnamedFileMaker::State {};
+
+UnnamedFileMaker::UnnamedFileMaker() = default;
+UnnamedFileMaker::~UnnamedFileMaker() = default;
+
+Result<UnnamedFile> UnnamedFileMaker::Make(std::string_view path) { return SystemFailure(ERROR_NOT_SUPPORTED, path); }
 
 Result<NewFile> NewFile::Create(std::string_view path, UnnamedFile& /*content*/) {
   return SystemFailure(ERROR_NOT_SUPPORTED, path);

@@ -123,6 +123,32 @@ TEST_F(FullDisk, ThatCanNotBeFlushedIsAFailedImport) {
   EXPECT_EQ(lap.TargetWithId("office")->lastImport, 0);
 }
 
+// The sync file is the only other place where they stand, and a collected one is deleted.
+TEST_F(FullDisk, ThatCanNotFlushTheItemsIsAFailedImport) {
+  ASSERT_EQ(office.Export("lap").status, 0);
+  const Outcome outcome = lap.Import("office", {.faults = {.rules = "sync:zelkor.ind:EIO:1"}});
+  EXPECT_EQ(outcome.status, 1) << outcome;
+  EXPECT_THAT(OnStick(), ElementsAre("lap.cas"));
+  EXPECT_EQ(lap.TargetWithId("office")->lastImport, 0);
+}
+
+TEST_F(FullDisk, ThatCouldNotBeFlushedOnceWhileTheImportWentOnIsAFailedImport) {
+  SyncRecord record{.fileName = "c:\\many\\*.*", .description = "many", .memoId = 9};
+  constexpr int kFiles = 1500;
+  for (int i = 0; i < kFiles; ++i) {
+    record.files.push_back(
+        {.path = "c:\\many\\" + std::to_string(i), .content = "x", .written = DateOf(At(2020, 1, 1))});
+  }
+  Put("lap.cas", OneBlock("office", {record}));
+  const Outcome outcome = lap.Import("office", {.faults = {.rules = "sync:lap/home:EIO:1:once"}});
+  EXPECT_EQ(outcome.status, 1) << outcome.err;
+  EXPECT_EQ(lap.Files().size(), std::size_t{kFiles});
+  EXPECT_THAT(OnStick(), ElementsAre("lap.cas"));
+  EXPECT_EQ(lap.TargetWithId("office")->lastImport, 0);
+  EXPECT_EQ(lap.Import("office").status, 0);
+  EXPECT_EQ(OnStick(), std::vector<std::string>{});
+}
+
 TEST_F(FullDisk, WithoutFilesThatHaveNoNameYetWorksTheSame) {
   // File systems such as FAT cannot make a file without a name, or give it one by a link, or set attributes.
   for (const char* rules : {"unnamed:/:EOPNOTSUPP:1", "unnamed:/:EINVAL:1", "unnamed:/:ENOENT:1",

@@ -53,6 +53,24 @@ TEST_F(Import, WritesNewFilesWithTheirDatesAndAddsTheItem) {
   EXPECT_EQ(item.imported, DateOf(At(2021, 1, 1)));
 }
 
+// With so many items that a second thread looks at the local files ahead.
+TEST_F(Import, JudgesAFileThatComesTwiceByWhatTheFirstOneLeft) {
+  constexpr int kBetween = 40;
+  std::vector<SyncRecord> records{Record(1, {Entry("twice.txt", "newer", At(2021, 1, 1))})};
+  for (int i = 0; i < kBetween; ++i) {
+    lap.WriteFile(std::to_string(i), "x", At(2020, 1, 1));
+    records.push_back(Record(100 + i, {Entry(std::to_string(i), "x", At(2020, 1, 1))}));
+  }
+  records.push_back(Record(2, {Entry("twice.txt", "older", At(2020, 1, 1))}));
+  lap.WriteFile("twice.txt", "older", At(2020, 1, 1));
+  const Outcome outcome = Take(records);
+  EXPECT_EQ(outcome.status, 0) << outcome;
+  EXPECT_EQ(lap.ReadFile("twice.txt"), "newer");
+  EXPECT_THAT(outcome.out, Says("Identical: 40"));
+  EXPECT_THAT(outcome.out, Says("Older: 1"));
+  EXPECT_THAT(outcome.out, Says("Updated: 1"));
+}
+
 TEST_F(Import, LogsTheSenderTheBlockTheRecordAndTheSummary) {
   const Outcome outcome = Take({Record(kId, {Entry("a.txt", "hello", At(2020, 1, 1))})});
   EXPECT_THAT(outcome.out, Says("Sync - Import"));
