@@ -127,6 +127,8 @@ class UnnamedFileMaker {
   UnnamedFileMaker& operator=(const UnnamedFileMaker&) = delete;
   ~UnnamedFileMaker();
 
+  // Whether this system has such files at all; a file system may still have none.
+  [[nodiscard]] static bool Works();
   // `path` is the name that the file may get; only its directory counts, which may still be missing: it will be made
   // below the nearest one that is there. Fails where files can not be without a name.
   [[nodiscard]] Result<UnnamedFile> Make(std::string_view path);

@@ -12,7 +12,7 @@ namespace {
 
 // After so much the thread is sent: often enough that the end has little to do, and seldom enough that the system can
 // still gather what belongs together on the medium.
-constexpr int kFiles = 1000;
+constexpr int kFiles = 4000;
 constexpr std::int64_t kBytes = std::int64_t{64} << 20;
 
 }  // namespace

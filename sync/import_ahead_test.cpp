@@ -55,7 +55,7 @@ class ImportAheadTest : public tests::Sandbox {
 };
 
 TEST_F(ImportAheadTest, MakesAFileWholeAndWithItsTimesButWithoutAName) {
-  if (!tests::HasUnnamedFiles()) GTEST_SKIP() << "nothing is made ahead here";
+  if (!lib::UnnamedFileMaker::Works()) GTEST_SKIP() << "nothing is made ahead here";
   fs::create_directory(Home() / "in");
   WriteSyncFile({{"c:\\in\\a", "first"}, {"c:\\in\\b", "second"}});
   std::optional<lib::UnnamedFile> file = TakeLast("c:\\in\\b");
@@ -68,14 +68,14 @@ TEST_F(ImportAheadTest, MakesAFileWholeAndWithItsTimesButWithoutAName) {
 }
 
 TEST_F(ImportAheadTest, MakesAFileWhoseDirectoryIsNotThereYet) {
-  if (!tests::HasUnnamedFiles()) GTEST_SKIP() << "nothing is made ahead here";
+  if (!lib::UnnamedFileMaker::Works()) GTEST_SKIP() << "nothing is made ahead here";
   WriteSyncFile({{"c:\\in\\deep\\a", "first"}});
   EXPECT_TRUE(TakeLast("c:\\in\\deep\\a"));
   EXPECT_FALSE(fs::exists(Home() / "in"));
 }
 
 TEST_F(ImportAheadTest, GivesAFileForThePathOnlyThatItWasMadeFor) {
-  if (!tests::HasUnnamedFiles()) GTEST_SKIP() << "nothing is made ahead here";
+  if (!lib::UnnamedFileMaker::Works()) GTEST_SKIP() << "nothing is made ahead here";
   fs::create_directory(Home() / "in");
   WriteSyncFile({{"c:\\in\\a", "first"}});
   ASSERT_TRUE(TakeLast("c:\\in\\a"));
@@ -138,7 +138,7 @@ TEST_F(ImportAheadTest, TellsNothingThatItSawBeforeTheImportWrote) {
 }
 
 TEST_F(ImportAheadTest, GoesThroughFarMoreFilesThanItKeeps) {
-  if (!tests::HasUnnamedFiles()) GTEST_SKIP() << "nothing is made ahead here";
+  if (!lib::UnnamedFileMaker::Works()) GTEST_SKIP() << "nothing is made ahead here";
   constexpr int kFiles = 2000;
   fs::create_directory(Home() / "in");
   std::vector<std::pair<std::string, std::string>> files;

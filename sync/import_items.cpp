@@ -11,7 +11,7 @@ namespace zelkor::sync {
 
 namespace {
 
-// So few items are dealt with before a second thread has begun.
+// So few items or files are dealt with before a second thread has begun.
 constexpr std::int32_t kWorthAThread = 16;
 
 constexpr const char* kTooOld = "File is in Version < 2.14. Exiting...";
@@ -64,11 +64,7 @@ bool ItemImporter::ImportBlock(SyncReader& reader, const BlockHeader& block) {
   const std::int32_t count = block.Number(BlockHeader::kItemCount);
   progress_.items = 0;
   progress_.itemsTotal = count;
-  if (count >= kWorthAThread && !ahead_) {
-    // A question about each file leaves no hurry.
-    const bool makes = mode_ == ImportMode::Import && !confirmUpdates_;
-    ahead_.emplace(reader.Path(), context_.remap, cutoff_, makes);
-  }
+  if (count >= kWorthAThread) GoAhead(reader);
   for (std::int32_t i = 0; i < count && goOn; ++i) {
     db::FileRec item;
     reader.ReadItem(item);
@@ -81,10 +77,19 @@ bool ItemImporter::ImportBlock(SyncReader& reader, const BlockHeader& block) {
   return goOn;
 }
 
+void ItemImporter::GoAhead(const SyncReader& reader) {
+  if (ahead_) return;
+  // A question about each file leaves no hurry.
+  const bool makes = mode_ == ImportMode::Import && !confirmUpdates_ && lib::UnnamedFileMaker::Works();
+  ahead_.emplace(reader.Path(), context_.remap, cutoff_, makes);
+}
+
 bool ItemImporter::ImportItem(SyncReader& reader, db::FileRec& item, Tally& tally) {
   const std::int32_t files = item.Number(db::FileRec::kFileCount);
   // What becomes of a small file is known at once, and logged together with this.
   context_.log.LogHeading(item.Text(db::FileRec::kDescription) + ", " + std::to_string(files) + " files");
+
+  if (files >= kWorthAThread) GoAhead(reader);
 
   db::Database& data = context_.catalogue.Data();
   recno_ = data.FindMemoId(item.Number(db::FileRec::kMemoId));
@@ -106,6 +111,7 @@ bool ItemImporter::ImportItem(SyncReader& reader, db::FileRec& item, Tally& tall
     if (mode_ == ImportMode::View || decision >= Decision::NewerAfterCutoff) {
       context_.log.LogLine("  [" + localPath + "]: " + std::string(Label(decision)));
     }
+    context_.log.Settle();
     if (decision == Decision::CanNotImport) allTaken_ = false;
     tally.Count(decision);
   }

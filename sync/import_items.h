@@ -34,6 +34,8 @@ class ItemImporter {
   bool ImportBlocks(SyncReader& reader);
   bool ImportBlock(SyncReader& reader, const BlockHeader& block);
   bool ImportItem(SyncReader& reader, db::FileRec& item, Tally& tally);
+  // Has the files to come seen to on a second thread, if that has not begun.
+  void GoAhead(const SyncReader& reader);
   // The record in hand, once: before its first file takes its name, or because it is marked deleted.
   void WriteRecord(db::FileRec& item);
   // One file entry. `localPath` comes out as the entry's path on this computer.

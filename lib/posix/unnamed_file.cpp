@@ -77,6 +77,8 @@ struct UnnamedFileMaker::State {
 UnnamedFileMaker::UnnamedFileMaker() : state_(std::make_unique<State>()) {}
 UnnamedFileMaker::~UnnamedFileMaker() = default;
 
+bool UnnamedFileMaker::Works() { return posix::UnnamedFilesCanBeNamed(); }
+
 Result<UnnamedFile> UnnamedFileMaker::Make(std::string_view path) {
   const Result<posix::WrittenPath> written = posix::Drives::Current().ToWritten(path);
   if (!written.Ok()) return written.Failure();

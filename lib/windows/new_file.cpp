@@ -124,6 +124,8 @@ struct UnnamedFileMaker::State {};
 UnnamedFileMaker::UnnamedFileMaker() = default;
 UnnamedFileMaker::~UnnamedFileMaker() = default;
 
+bool UnnamedFileMaker::Works() { return false; }
+
 Result<UnnamedFile> UnnamedFileMaker::Make(std::string_view path) { return SystemFailure(ERROR_NOT_SUPPORTED, path); }
 
 Result<NewFile> NewFile::Create(std::string_view path, UnnamedFile& /*content*/) {

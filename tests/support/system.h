@@ -34,9 +34,6 @@ void LeaveZone();
 // A new empty folder on another file system than the temporary folder; empty when there is none that may be used.
 [[nodiscard]] std::filesystem::path MakeFolderElsewhere();
 
-// Whether a file can be without a name until it gets one.
-[[nodiscard]] bool HasUnnamedFiles();
-
 // Whether the system's own paths are of the program's form already.
 [[nodiscard]] bool NativePathsAreTheForm();
 

@@ -30,7 +30,6 @@ void LeaveZone() {
 
 bool NativePathsAreTheForm() { return false; }
 bool HasModes() { return true; }
-bool HasUnnamedFiles() { return true; }
 std::chrono::milliseconds LinkPatience() { return std::chrono::milliseconds(400); }
 
 unsigned ModeOf(const std::filesystem::path& path) {

@@ -23,7 +23,6 @@ void LeaveZone() {}
 
 bool NativePathsAreTheForm() { return true; }
 bool HasModes() { return false; }
-bool HasUnnamedFiles() { return false; }
 std::chrono::milliseconds LinkPatience() { return std::chrono::milliseconds(5000); }
 
 // By the name of an object that lives as long as somebody holds it.
