@@ -7,7 +7,9 @@
 namespace zelkor::db {
 
 void EqualMemoIds::Report(lib::User& user) {
-  std::sort(items_.begin(), items_.end());
+  std::sort(items_.begin(), items_.end(), [](const Item& a, const Item& b) {
+    return a.memoId != b.memoId ? a.memoId < b.memoId : a.recno < b.recno;
+  });
   // An item and those before it with its ID, which stand just before it now.
   struct Later {
     std::int32_t recno;

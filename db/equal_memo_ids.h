@@ -1,8 +1,6 @@
 // Reporting items that carry the same memo ID.
 #pragma once
 
-#include <compare>
-#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -26,7 +24,6 @@ class EqualMemoIds {
   struct Item {
     std::int32_t memoId;
     std::int32_t recno;
-    auto operator<=>(const Item&) const = default;
   };
   std::vector<Item> items_;
 };

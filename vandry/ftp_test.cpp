@@ -196,7 +196,7 @@ TEST_F(FtpTest, SaysThatTheServerHasNoRoom) {
 // Going on would only break the connection, and with it the answer that says why.
 TEST_F(FtpTest, StopsSendingAtOnceWhenTheServerSaysThatItHasNoRoom) {
   constexpr std::size_t kLong = 50'000'000;
-  WriteNative(Home() / "long.tmp", std::string(kLong, 'x'));
+  WriteNative(Home() / "long.tmp", Content(kLong));
   Misbehave([](FtpScript& script) { script.fullAfter = 100'000; });
   EXPECT_EQ(Send("c:\\long.tmp", "lap.cas"), "Error 552 the server has no room (disk full)");
   EXPECT_LT(scripted.Uploaded(), std::int64_t{kLong} / 2);
@@ -204,7 +204,7 @@ TEST_F(FtpTest, StopsSendingAtOnceWhenTheServerSaysThatItHasNoRoom) {
 }
 
 TEST_F(FtpTest, HearsThatThereIsNoRoomThoughTheConnectionForTheContentBreaksFirst) {
-  WriteNative(Home() / "long.tmp", std::string(20'000'000, 'x'));
+  WriteNative(Home() / "long.tmp", Content(20'000'000));
   Misbehave([](FtpScript& script) {
     script.fullAfter = 1;
     script.breaksWhenFull = true;
