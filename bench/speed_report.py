@@ -128,8 +128,8 @@ without a name, write, fsetxattr, utimensat; on a third the flush |
 
 - An import makes each file whole before it takes its name, records its item in between, keeps its creation time and
   flushes each line of the log: tar does none of these, and the floor, which does them all, takes longer than tar too.
-- An export with nothing changed still writes each item's record (1 KiB) and two lines of log for it, and either run begins
-  with reading the whole catalogue. rsync says nothing about a file that has not changed.
+- With four large files that are all there, an import deletes the sync file of 2 GiB that it has collected, and letting go
+  of so much takes the system longer than rsync takes to look at eight files.
 """
 
 
