@@ -24,8 +24,7 @@ class SyncLog {
   void OpenLog(std::string_view name, std::string_view title);
   // One line, flushed: it survives whatever happens to the program next.
   void LogLine(std::string_view line);
-  // A line that is written together with the next one, which must come before anything is waited for; Settle writes it
-  // alone.
+  // A line that is written together with the next one, which must not be long in coming; Settle writes it alone.
   void LogHeading(std::string_view line) { heading_ = line; }
   void Settle();
   void CloseLog();
