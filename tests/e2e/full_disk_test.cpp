@@ -134,7 +134,7 @@ TEST_F(FullDisk, ThatCanNotFlushTheItemsIsAFailedImport) {
 
 TEST_F(FullDisk, ThatCouldNotBeFlushedOnceWhileTheImportWentOnIsAFailedImport) {
   SyncRecord record{.fileName = "c:\\many\\*.*", .description = "many", .memoId = 9};
-  constexpr int kFiles = 1500;
+  constexpr int kFiles = 4500;  // the flush begins before the last one
   for (int i = 0; i < kFiles; ++i) {
     record.files.push_back(
         {.path = "c:\\many\\" + std::to_string(i), .content = "x", .written = DateOf(At(2020, 1, 1))});
