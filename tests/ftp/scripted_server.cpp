@@ -221,22 +221,23 @@ class ScriptedFtpServer::Session {
     }
     std::array<char, kPiece> piece{};
     std::int64_t taken = 0;
-    bool refuses = false;
-    bool breaks = false;
     bool refused = false;
     for (std::size_t length = 0; (length = Receive(data, piece)) > 0;) {
       taken += static_cast<std::int64_t>(length);
+      bool full = false;
+      bool breaks = false;
       {
         const std::lock_guard lock(server_.mutex_);
         server_.files_[path].append(piece.data(), length);
         server_.uploaded_ += static_cast<std::int64_t>(length);
         server_.changed_.notify_all();
-        refuses = server_.script_.fullAfter >= 0 && taken >= server_.script_.fullAfter;
-        breaks = refuses && server_.script_.breaksWhenFull;
+        full = server_.script_.fullAfter >= 0 && taken >= server_.script_.fullAfter;
+        breaks = full && server_.script_.breaksWhenFull;
       }
+      if (breaks) data.Close();
+      if (full && !refused) Say("552 disk full");
+      refused = refused || full;
       if (breaks) break;
-      if (refuses && !refused) Say("552 disk full");
-      refused = refused || refuses;
       const Turn turn = At(taken);
       if (turn == Turn::Stall) BeSilent();
       if (turn != Turn::GoOn) {
@@ -245,8 +246,6 @@ class ScriptedFtpServer::Session {
       }
     }
     data.Close();
-    if (breaks) Say("552 disk full");
-    refused = refused || breaks;
     std::string end;
     bool silent = false;
     {
